@@ -1,0 +1,29 @@
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tasselby {
+
+// "%@" formatting: each "%@" of the format takes the next argument; "%%" is a
+// single "%". Missing arguments leave the rest of the "%@"s empty.
+std::string stringWithFormat(std::string_view format, std::initializer_list<std::string_view> arguments);
+std::string stringWithFormat(std::string_view format, const std::vector<std::string>& arguments);
+
+std::string componentsJoinedByString(const std::vector<std::string>& parts, std::string_view separator);
+std::vector<std::string> componentsSeparatedByString(std::string_view text, std::string_view separator);
+
+// Path text as the worker's paths are written: "/" separators, no trailing "/".
+// Appending "" leaves the path as it is; one "/" stands between the parts.
+std::string appendingPathComponent(std::string_view path, std::string_view component);
+std::string lastPathComponent(std::string_view path);
+// The last component without its final extension ("a.b.localstorage" -> "a.b");
+// a name that only begins with "." keeps it.
+std::string deletingPathExtension(std::string_view path);
+// "~" and "~/..." become the home folder; any other path is only tidied
+// (repeated and trailing "/" dropped).
+std::string expandTilde(std::string_view path, std::string_view home);
+
+}  // namespace tasselby

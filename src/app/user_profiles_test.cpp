@@ -1,0 +1,49 @@
+#include <gtest/gtest.h>
+
+#include "app/run_stopped.h"
+#include "app/worker_app_delegate.h"
+#include "platform/fake_platform.h"
+#include "support/sample_home.h"
+
+namespace tasselby {
+namespace {
+
+class UserProfilesTest : public ::testing::Test {
+protected:
+    testing::TemporaryFolder folder;
+    testing::SampleHome home{folder.path()};
+    FakePlatform platform{folder.path()};
+    WorkerAppDelegate delegate{platform};
+};
+
+TEST_F(UserProfilesTest, ProfilesInFileOrderWithoutNamelessOnes) {
+    home.writeLocalState(testing::kChromeRoot, {{"Profile 3", "Work"}, {"Guest", ""}, {"Default", "Person 1"}});
+    ProfileMap expected{{"Profile 3", "Work"}, {"Default", "Person 1"}};
+    EXPECT_EQ(delegate.userProfiles("Google Chrome"), expected);
+}
+
+TEST_F(UserProfilesTest, OnlyGoogleChromeReadsTheChromeFile) {
+    home.writeLocalState(testing::kChromeRoot, {{"Default", "Chrome person"}});
+    home.writeLocalState(testing::kChromiumRoot, {{"Profile 1", "Chromium person"}});
+    ProfileMap chromium{{"Profile 1", "Chromium person"}};
+    EXPECT_EQ(delegate.userProfiles("Chromium"), chromium);
+    EXPECT_EQ(delegate.userProfiles("Opera"), chromium);
+    EXPECT_EQ(delegate.userProfiles("google chrome"), chromium);
+}
+
+TEST_F(UserProfilesTest, UnusableDocumentsGiveAnEmptyMap) {
+    for (const char* text : {"", "not json", "[]", "{\"profile\": 3}", "{\"profile\": {}}",
+                             "{\"profile\": {\"info_cache\": {}}}", "{\"profile\": {\"info_cache\": {\"A\": 5}}}"}) {
+        home.writeFile(std::string(testing::kChromiumRoot) + "/Local State", text);
+        EXPECT_TRUE(delegate.userProfiles("Chromium").empty()) << text;
+    }
+}
+
+TEST_F(UserProfilesTest, MissingLocalStateStopsTheRun) {
+    EXPECT_THROW(delegate.userProfiles("Google Chrome"), RunStopped);
+    home.writeFile(std::string(testing::kChromiumRoot) + "/Local State", std::string("\xff\xfe{}", 4));
+    EXPECT_THROW(delegate.userProfiles("Chromium"), RunStopped);
+}
+
+}  // namespace
+}  // namespace tasselby

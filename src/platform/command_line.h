@@ -1,0 +1,22 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tasselby {
+
+// The worker's own options. They take the "--name=value" form only; every
+// other argument, an unknown option included, is left for the browser check.
+struct CommandLine {
+    std::vector<std::string> arguments;  // all of them, argument 0 included
+    std::optional<std::string> home;
+    std::optional<std::string> systemRoot;
+    bool help = false;
+    bool version = false;
+    std::optional<std::string> error;  // an option with an unusable value
+
+    static CommandLine parse(int argc, const char* const argv[]);
+};
+
+}  // namespace tasselby

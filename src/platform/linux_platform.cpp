@@ -1,0 +1,84 @@
+#include "platform/linux_platform.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "app/text.h"
+#include "platform/posix_files.h"
+
+namespace tasselby {
+
+namespace {
+
+// Until the binary cookie file is read, the shared storage holds nothing.
+class EmptyCookieStorage : public HttpCookieStorage {
+public:
+    std::vector<HttpCookie> cookies() override { return {}; }
+    void deleteCookie(const HttpCookie&) override {}
+};
+
+}  // namespace
+
+std::string LinuxPlatform::homeFolder(const CommandLine& commandLine) {
+    if (commandLine.home) return *commandLine.home;
+    if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') return home;
+    if (const passwd* entry = getpwuid(getuid()); entry != nullptr && entry->pw_dir != nullptr) return entry->pw_dir;
+    return "/";
+}
+
+LinuxPlatform::LinuxPlatform(const CommandLine& commandLine)
+    : arguments_(commandLine.arguments),
+      home_(homeFolder(commandLine)),
+      systemRoot_(commandLine.systemRoot.value_or("/")),
+      defaults_(tasselby::expandTilde("~/Library/Preferences", home_)),
+      notifications_("Tasselby"),
+      cookieStorage_(std::make_unique<EmptyCookieStorage>()) {
+    defaults_.addDomain(kWorkerDomain);
+}
+
+LinuxPlatform::~LinuxPlatform() = default;
+
+void LinuxPlatform::terminate() {
+    std::fflush(nullptr);
+    std::exit(0);
+}
+
+std::string LinuxPlatform::localizedString(const std::string& key, const std::string& value) {
+    // The worker ships no translations.
+    return value.empty() ? key : value;
+}
+
+KeychainSearchResult LinuxPlatform::copyMatching(const KeychainQuery&) {
+    return {kErrSecItemNotFound, std::nullopt};
+}
+
+HttpCookieStorage& LinuxPlatform::sharedHTTPCookieStorage() { return *cookieStorage_; }
+
+std::string LinuxPlatform::systemPath(const std::string& absolutePath) {
+    std::string root = systemRoot_;
+    while (root.size() > 1 && root.back() == '/') root.pop_back();
+    if (root == "/") return absolutePath;
+    return root + absolutePath;
+}
+
+bool LinuxPlatform::fileExists(const std::string& path) { return PosixFiles::fileExists(path); }
+bool LinuxPlatform::isDirectory(const std::string& path) { return PosixFiles::isDirectory(path); }
+FileType LinuxPlatform::fileType(const std::string& path) { return PosixFiles::fileType(path); }
+std::vector<std::string> LinuxPlatform::contentsOfDirectory(const std::string& path) {
+    return PosixFiles::contentsOfDirectory(path);
+}
+std::optional<std::string> LinuxPlatform::readUtf8File(const std::string& path) {
+    return PosixFiles::readUtf8File(path);
+}
+bool LinuxPlatform::removeItem(const std::string& path) { return PosixFiles::removeItem(path); }
+int LinuxPlatform::openForOverwrite(const std::string& path) { return PosixFiles::openForOverwrite(path); }
+std::optional<std::uint64_t> LinuxPlatform::sizeOfOpenFile(int fd) { return PosixFiles::sizeOfOpenFile(fd); }
+long LinuxPlatform::writeToFile(int fd, const unsigned char* bytes, std::size_t count) {
+    return PosixFiles::writeToFile(fd, bytes, count);
+}
+bool LinuxPlatform::closeFile(int fd) { return PosixFiles::closeFile(fd); }
+
+}  // namespace tasselby

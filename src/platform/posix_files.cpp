@@ -1,0 +1,163 @@
+#include "platform/posix_files.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace tasselby {
+
+namespace {
+
+// Removes everything inside the open folder dirFd, never following a link:
+// entries are looked at with AT_SYMLINK_NOFOLLOW and folders are opened with
+// O_NOFOLLOW, so a link is unlinked as a link. Errors are skipped, as a
+// removal that cannot finish still takes whatever it can.
+void removeContents(int dirFd) {
+    DIR* dir = fdopendir(dirFd);
+    if (dir == nullptr) {
+        close(dirFd);
+        return;
+    }
+    while (dirent* entry = readdir(dir)) {
+        const char* name = entry->d_name;
+        if (name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'))) continue;
+        bool isDir = entry->d_type == DT_DIR;
+        if (entry->d_type == DT_UNKNOWN) {
+            struct stat st;
+            isDir = fstatat(dirfd(dir), name, &st, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(st.st_mode);
+        }
+        if (!isDir) {
+            unlinkat(dirfd(dir), name, 0);
+            continue;
+        }
+        int child = openat(dirfd(dir), name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        if (child >= 0) removeContents(child);
+        unlinkat(dirfd(dir), name, AT_REMOVEDIR);
+    }
+    closedir(dir);
+}
+
+}  // namespace
+
+bool PosixFiles::fileExists(const std::string& path) {
+    struct stat st;
+    return !path.empty() && stat(path.c_str(), &st) == 0;
+}
+
+bool PosixFiles::isDirectory(const std::string& path) {
+    struct stat st;
+    return !path.empty() && stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+FileType PosixFiles::fileType(const std::string& path) {
+    struct stat st;
+    if (path.empty() || lstat(path.c_str(), &st) != 0) return FileType::None;
+    if (S_ISREG(st.st_mode)) return FileType::Regular;
+    if (S_ISDIR(st.st_mode)) return FileType::Directory;
+    if (S_ISLNK(st.st_mode)) return FileType::SymbolicLink;
+    return FileType::Other;
+}
+
+std::vector<std::string> PosixFiles::contentsOfDirectory(const std::string& path) {
+    std::vector<std::string> names;
+    if (path.empty()) return names;
+    DIR* dir = opendir(path.c_str());
+    if (dir == nullptr) return names;
+    while (dirent* entry = readdir(dir)) {
+        std::string name = entry->d_name;
+        if (name != "." && name != "..") names.push_back(std::move(name));
+    }
+    closedir(dir);
+    return names;
+}
+
+std::optional<std::string> PosixFiles::readUtf8File(const std::string& path) {
+    if (path.empty()) return std::nullopt;
+    int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return std::nullopt;
+    std::string text;
+    char buffer[65536];
+    for (;;) {
+        ssize_t n = read(fd, buffer, sizeof buffer);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) {
+            close(fd);
+            return std::nullopt;
+        }
+        if (n == 0) break;
+        text.append(buffer, static_cast<std::size_t>(n));
+    }
+    close(fd);
+    if (!isValidUtf8(text)) return std::nullopt;
+    return text;
+}
+
+bool PosixFiles::removeItem(const std::string& path) {
+    if (path.empty()) return false;
+    struct stat st;
+    if (lstat(path.c_str(), &st) != 0) return false;
+    if (!S_ISDIR(st.st_mode)) return unlink(path.c_str()) == 0;
+    int fd = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd >= 0) removeContents(fd);
+    return rmdir(path.c_str()) == 0;
+}
+
+int PosixFiles::openForOverwrite(const std::string& path) {
+    return open(path.c_str(), O_RDWR);
+}
+
+std::optional<std::uint64_t> PosixFiles::sizeOfOpenFile(int fd) {
+    struct stat st;
+    if (fstat(fd, &st) != 0) return std::nullopt;
+    return static_cast<std::uint64_t>(st.st_size);
+}
+
+long PosixFiles::writeToFile(int fd, const unsigned char* bytes, std::size_t count) {
+    return static_cast<long>(write(fd, bytes, count));
+}
+
+bool PosixFiles::closeFile(int fd) {
+    return close(fd) == 0;
+}
+
+bool isValidUtf8(const std::string& bytes) {
+    const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
+    const auto* end = p + bytes.size();
+    while (p < end) {
+        unsigned char c = *p;
+        if (c < 0x80) {
+            ++p;
+            continue;
+        }
+        int length;
+        std::uint32_t code;
+        if (c >= 0xC2 && c <= 0xDF) {
+            length = 2;
+            code = c & 0x1F;
+        } else if (c >= 0xE0 && c <= 0xEF) {
+            length = 3;
+            code = c & 0x0F;
+        } else if (c >= 0xF0 && c <= 0xF4) {
+            length = 4;
+            code = c & 0x07;
+        } else {
+            return false;
+        }
+        if (end - p < length) return false;
+        for (int i = 1; i < length; ++i) {
+            if ((p[i] & 0xC0) != 0x80) return false;
+            code = (code << 6) | (p[i] & 0x3F);
+        }
+        if ((length == 3 && (code < 0x800 || (code >= 0xD800 && code <= 0xDFFF))) ||
+            (length == 4 && (code < 0x10000 || code > 0x10FFFF))) {
+            return false;
+        }
+        p += length;
+    }
+    return true;
+}
+
+}  // namespace tasselby

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/platform.h"
+
+namespace tasselby {
+
+// The plain POSIX implementation of the seam's file operations, shared by the
+// Linux backend and the test fake.
+class PosixFiles {
+public:
+    static bool fileExists(const std::string& path);
+    static bool isDirectory(const std::string& path);
+    static FileType fileType(const std::string& path);
+    static std::vector<std::string> contentsOfDirectory(const std::string& path);
+    static std::optional<std::string> readUtf8File(const std::string& path);
+    static bool removeItem(const std::string& path);
+
+    static int openForOverwrite(const std::string& path);
+    static std::optional<std::uint64_t> sizeOfOpenFile(int fd);
+    static long writeToFile(int fd, const unsigned char* bytes, std::size_t count);
+    static bool closeFile(int fd);
+};
+
+// Whether the bytes are well-formed UTF-8 (no overlongs, surrogates or values past U+10FFFF).
+bool isValidUtf8(const std::string& bytes);
+
+}  // namespace tasselby
