@@ -1,0 +1,71 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "support/sample_home.h"
+
+namespace tasselby::testing {
+
+// A saved password in the keyring, of the network-password schema.
+struct KeychainItem {
+    std::string server;
+    std::string authtype = "form";
+    std::string protocol = "https";
+    std::string user = "alice";
+    std::string port;  // empty: no port attribute
+};
+
+// What the notification service received for one Notify call.
+struct PostedNotification {
+    std::string appName;
+    std::string summary;
+    std::string body;
+    std::vector<std::string> actions;
+    int expireTimeout = 0;
+};
+
+struct WorkerResult {
+    int exitStatus = -1;
+    std::string standardOutput;
+    std::string standardError;
+    std::vector<PostedNotification> notifications;
+    std::string busLog;  // what dbus-monitor saw, when asked for
+};
+
+// One run of the built worker, in its own throwaway HOME and working folder,
+// inside a private session bus with the notification mock (and, on request,
+// an unlocked keyring seeded with items). Nothing outside the two folders is
+// touched; both are removed with the object.
+class WorkerRun {
+public:
+    WorkerRun();
+
+    SampleHome& home() { return home_; }
+    const std::string& homePath() const { return homeFolder_.path(); }
+    const std::string& workingFolder() const { return workFolder_.path(); }
+
+    // Starts a keyring in the session and stores these items before the run.
+    WorkerRun& withKeyring(std::vector<KeychainItem> items = {});
+    // Leaves the keyring locked after seeding it.
+    WorkerRun& withLockedKeyring();
+    // Runs without a notification service on the bus.
+    WorkerRun& withoutNotificationService();
+    // Records the session bus traffic into WorkerResult::busLog.
+    WorkerRun& monitorBus();
+
+    // Runs the worker with these arguments after argument 0, standard input closed.
+    WorkerResult run(const std::vector<std::string>& arguments);
+
+private:
+    TemporaryFolder homeFolder_{"tasselby-home"};
+    TemporaryFolder workFolder_{"tasselby-work"};
+    SampleHome home_{homeFolder_.path()};
+    bool keyring_ = false;
+    bool lockKeyring_ = false;
+    bool notificationService_ = true;
+    bool monitor_ = false;
+    std::vector<KeychainItem> items_;
+};
+
+}  // namespace tasselby::testing
