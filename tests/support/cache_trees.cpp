@@ -1,8 +1,13 @@
 #include "support/cache_trees.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <stdexcept>
 
 namespace tasselby::testing {
 
@@ -117,14 +122,32 @@ std::vector<std::string> itemsExcept(const std::vector<std::string>& items, cons
 }
 
 void writeDiskCache(const std::string& folder, long fileCount, std::size_t fileSize) {
-    SampleHome tree(folder);
+    // Written with plain system calls, each folder made once: the benchmarks
+    // build trees of many thousand files.
+    constexpr long kTopFolders = 16;
+    constexpr long kSubFolders = 256;
+    long subFolders = std::min(kSubFolders, (fileCount + kTopFolders - 1) / kTopFolders);
+    fs::create_directories(folder);
+    char name[64];
+    for (long top = 0; top < kTopFolders; ++top) {
+        for (long sub = 0; sub < subFolders; ++sub) {
+            std::snprintf(name, sizeof name, "/%lX/%02lX", top, sub);
+            fs::create_directories(folder + name);
+        }
+    }
     const std::string contents(fileSize, 'e');
-    char name[32];
     for (long i = 0; i < fileCount; ++i) {
         // An odd multiplier scatters the names without ever repeating one.
         auto hash = static_cast<std::uint32_t>(static_cast<std::uint32_t>(i) * 2654435761u);
-        std::snprintf(name, sizeof name, "%lX/%02lX/%08X", i % 16, (i / 16) % 256, static_cast<unsigned>(hash));
-        tree.writeFile(name, contents);
+        std::snprintf(name, sizeof name, "/%lX/%02lX/%08X", i % kTopFolders, (i / kTopFolders) % subFolders,
+                      static_cast<unsigned>(hash));
+        std::string path = folder + name;
+        int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        if (fd < 0 || write(fd, contents.data(), contents.size()) != static_cast<ssize_t>(contents.size())) {
+            if (fd >= 0) close(fd);
+            throw std::runtime_error("cannot write " + path);
+        }
+        close(fd);
     }
 }
 
