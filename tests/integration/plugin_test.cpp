@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <regex>
 #include <set>
 
 #include "app/names.h"
@@ -18,17 +17,21 @@ struct PluginCounts {
     long silverlight = -1;
 };
 
+// The figure just before a label of the report ("3" of "3 Flash,"); -1 when
+// the label is missing.
+long figureBefore(const std::string& report, const std::string& label) {
+    std::size_t end = report.find(" " + label + ",");
+    if (end == std::string::npos || end == 0) return -1;
+    std::size_t space = report.rfind(' ', end - 1);
+    std::size_t start = space == std::string::npos ? 0 : space + 1;
+    return std::stol(report.substr(start, end - start));
+}
+
 // The "Flash" and "Silverlight" figures of the one report a run posted.
 PluginCounts postedCounts(const WorkerResult& result) {
-    PluginCounts counts;
-    if (result.notifications.size() != 1) return counts;
-    static const std::regex kFigures("(\\d+) Flash, (\\d+) Silverlight");
-    std::smatch match;
-    if (std::regex_search(result.notifications.front().body, match, kFigures)) {
-        counts.flash = std::stol(match[1]);
-        counts.silverlight = std::stol(match[2]);
-    }
-    return counts;
+    if (result.notifications.size() != 1) return {};
+    const std::string& report = result.notifications.front().body;
+    return {figureBefore(report, "Flash"), figureBefore(report, "Silverlight")};
 }
 
 // Every item below a folder, links included, never through one; the

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -115,20 +114,22 @@ TEST_F(FlashCleanerTest, SecureDeletionOverwritesOnlyWhatTheUnexpandedPathsReach
     platform.setBool("secureDeleteData", true);
     std::string site = player.addSiteSettings("one.com");
     std::string grouped = player.addGroupedSettings("##", "two.com");
-    FlashTree workPlayer = FlashTree::systemPlayer(tildeTree);
-    std::string workSite = workPlayer.addSiteSettings("one.com");
-    std::string workFile = tildeTree.writeFile(grouped);  // "##" entry that is a plain file
+    // In the working folder's tree both entries are plain files.
+    std::string workSite = tildeTree.writeFile(site, "private bytes");
+    std::string workGrouped = tildeTree.writeFile(grouped, "private bytes");
     platform.refuseOverwrite.insert(unexpanded(grouped));
 
     EXPECT_EQ(delegate.removeFlash("Safari", {}), 2);
-    // The "#" entry's overwrite goes to the working folder's copy (a folder:
-    // walked, not written); the removal takes the home's entry.
+    // The "#" entry's overwrite reaches the working folder's file, its
+    // removal the home's entry.
+    EXPECT_EQ(platform.overwritten, std::vector<std::string>(3, unexpanded(site)));
+    EXPECT_NE(tildeTree.read(site), "private bytes");
     EXPECT_FALSE(home.exists(site));
-    EXPECT_TRUE(tildeTree.exists(workSite));
-    // The refused overwrite keeps the entry, which still counts.
-    EXPECT_TRUE(fs::exists(workFile));
+    // The refused overwrite keeps the "##" entry, which still counts.
+    EXPECT_EQ(tildeTree.read(grouped), "private bytes");
     EXPECT_FALSE(recordedRemoval(unexpanded(grouped)));
-    EXPECT_TRUE(platform.overwritten.empty());
+    EXPECT_TRUE(fs::exists(workSite));
+    EXPECT_TRUE(fs::exists(workGrouped));
 }
 
 TEST_F(FlashCleanerTest, LinksAreNotFollowedOutOfTheTrees) {
