@@ -144,8 +144,8 @@ TEST_F(PluginRun, OperaLeavesTheBuiltInPlayerAlone) {
     EXPECT_TRUE(run.home().exists(pepper));
 }
 
-// Needs the saved-password keep list: a site with a form password is kept.
-TEST_F(PluginRun, DISABLED_KeptHostsAreLeftUntouched) {
+// A site with a saved form password is kept by every plug-in cleaner.
+TEST_F(PluginRun, KeptHostsAreLeftUntouched) {
     KeychainItem saved;
     saved.server = "www.kept.com";
     run.withKeyring({saved});
