@@ -3,6 +3,7 @@
 #include "app/names.h"
 #include "support/cache_trees.h"
 #include "support/password_stores.h"
+#include "support/plugin_trees.h"
 
 namespace tasselby::testing {
 
@@ -13,6 +14,7 @@ void buildSampleHome(const SampleHome& home, const std::string& systemRoot) {
     writeFirefoxLogins(home, "k3x9ab2q.default", {"https://www.example.com", "https://accounts.example.org"});
     writeBrowserCaches(home);
     if (!systemRoot.empty()) writeTemporaryFolders(systemRoot);
+    addSamplePluginTrees(home);
 }
 
 }  // namespace tasselby::testing
