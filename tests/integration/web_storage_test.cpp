@@ -30,7 +30,7 @@ long databasesReported(const WorkerResult& result) {
 }
 
 Names column(const SampleHome& home, const std::string& database, const std::string& sql) {
-    return WebStorageStores::column(home.path(database), sql).value_or(Names{"<query failed>"});
+    return WebStorageStores(home).column(database, sql).value_or(Names{"<query failed>"});
 }
 
 KeychainItem savedLogin(const std::string& server) {
@@ -57,6 +57,8 @@ struct BrowserCase {
     std::string query;
     Names remaining;
 };
+
+void PrintTo(const BrowserCase& browserCase, std::ostream* out) { *out << browserCase.browser; }
 
 class WebStorageByBrowser : public ::testing::TestWithParam<BrowserCase> {};
 

@@ -44,6 +44,8 @@ public:
             sqlite3_close(db_);
             throw std::runtime_error("cannot open fixture database " + path);
         }
+        // Fixtures need no durability; skipping the syncs keeps large ones quick.
+        run("PRAGMA synchronous = OFF;");
     }
     ~FixtureDatabase() { sqlite3_close(db_); }
     FixtureDatabase(const FixtureDatabase&) = delete;
@@ -113,10 +115,10 @@ std::string WebStorageStores::writeDatabases(const std::string& folder, Database
 
 std::string WebStorageStores::writeLocalStorage(const std::string& folder, const std::string& origin,
                                                 bool journal) const {
-    std::string file = home_.path(folder) + "/" + origin + ".localstorage";
-    FixtureDatabase(file).run(kLocalStorageSchema);
+    std::string file = folder + "/" + origin + ".localstorage";
+    FixtureDatabase(home_.path(file)).run(kLocalStorageSchema);
     if (journal) home_.writeFile(file + "-journal", std::string(512, '\0'));
-    return file;
+    return home_.path(file);
 }
 
 std::string WebStorageStores::writeStorageTracker(const std::string& folder,
@@ -142,11 +144,12 @@ std::string WebStorageStores::writeWebappsstore(const std::string& path, const s
     return full;
 }
 
-std::optional<std::vector<std::string>> WebStorageStores::column(const std::string& databasePath,
-                                                                 const std::string& sql) {
+std::optional<std::vector<std::string>> WebStorageStores::column(const std::string& database,
+                                                                 const std::string& sql) const {
+    std::string path = database.starts_with("/") ? database : home_.path(database);
     sqlite3* db = nullptr;
     std::unique_ptr<sqlite3, int (*)(sqlite3*)> owner(nullptr, sqlite3_close);
-    if (sqlite3_open_v2(databasePath.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
+    if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
         sqlite3_close(db);
         return std::nullopt;
     }

@@ -50,8 +50,9 @@ public:
     std::string writeWebappsstore(const std::string& path, const std::vector<MozillaItem>& items) const;
 
     // The first column of every row of the query, in order; nothing when the
-    // database or the query fails. The file must exist.
-    static std::optional<std::vector<std::string>> column(const std::string& databasePath, const std::string& sql);
+    // database or the query fails. The database is named relative to the home
+    // or by its absolute path, and is opened read-only.
+    std::optional<std::vector<std::string>> column(const std::string& database, const std::string& sql) const;
 
     // A small mixed sample for every browser: kept and unkept origins of
     // example.com, extension storage, files without journals. The Chromium

@@ -32,7 +32,7 @@ protected:
     WorkerAppDelegate delegate{platform};
 
     Names rows(const std::string& database, const std::string& sql) {
-        return WebStorageStores::column(home.path(database), sql).value_or(Names{"<query failed>"});
+        return stores.column(database, sql).value_or(Names{"<query failed>"});
     }
     Names origins(const std::string& database, const std::string& table = "Databases") {
         return rows(database, "SELECT origin FROM " + table + " ORDER BY origin;");
@@ -147,16 +147,16 @@ TEST_F(WebStorageSweepTest, OperaUsesItsBaseFolder) {
 }
 
 TEST_F(WebStorageSweepTest, CaminoDeletesRowsOfUnkeptScopesAndCountsEachKey) {
-    std::string store = stores.writeWebappsstore(testing::kCaminoWebappsstore, {{"moc.elpmaxe.www.:http:80", "a"},
-                                                                               {"gro.elpmaxe.:http:80", "a"},
-                                                                               {"gro.elpmaxe.:http:80", "b"},
-                                                                               {"moc.elpmaxe.www", "a"}});
+    stores.writeWebappsstore(testing::kCaminoWebappsstore, {{"moc.elpmaxe.www.:http:80", "a"},
+                                                           {"gro.elpmaxe.:http:80", "a"},
+                                                           {"gro.elpmaxe.:http:80", "b"},
+                                                           {"moc.elpmaxe.www", "a"}});
     platform.setBool("secureDeleteData", true);
     EXPECT_EQ(delegate.removeNonFavLocalStorage("Camino", {"example.com"}), 2);
     EXPECT_EQ(scopes(testing::kCaminoWebappsstore), (Names{"moc.elpmaxe.www", "moc.elpmaxe.www.:http:80"}));
     EXPECT_TRUE(platform.removed.empty());
     EXPECT_TRUE(platform.overwritten.empty());
-    EXPECT_TRUE(home.exists(store));
+    EXPECT_TRUE(home.exists(testing::kCaminoWebappsstore));
 }
 
 TEST_F(WebStorageSweepTest, NothingChosenStillDeletesRowsOfTheEmptyName) {
