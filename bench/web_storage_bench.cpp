@@ -21,6 +21,7 @@
 #include "app/worker_app_delegate.h"
 #include "platform/command_line.h"
 #include "platform/linux_platform.h"
+#include "support/password_stores.h"
 #include "support/sample_home.h"
 #include "support/web_storage_stores.h"
 
@@ -51,7 +52,7 @@ std::string scope(int i) {
     std::string host = "www." + site(i);
     return std::string(host.rbegin(), host.rend()) + ".:https:443";
 }
-const std::string kFirefoxStore = std::string(kFirefoxProfilesFolder) + "/bench.default/webappsstore.sqlite";
+const std::string kFirefoxStore = std::string(kFirefoxProfilesRoot) + "/bench.default/webappsstore.sqlite";
 
 // What the sweep does, written out by hand: the files to remove and, per
 // database, the statements to run.

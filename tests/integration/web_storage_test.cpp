@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <algorithm>
 #include <regex>
 
 #include "app/names.h"
 #include "integration/worker_run.h"
+#include "support/password_stores.h"
 #include "support/web_storage_stores.h"
 
 namespace tasselby::testing {
@@ -15,7 +15,7 @@ using Names = std::vector<std::string>;
 
 const std::string kChromeDefault = std::string(kChromeRoot) + "/Default";
 const std::string kChromiumDefault = std::string(kChromiumRoot) + "/Default";
-const std::string kFirefoxProfile = std::string(kFirefoxProfilesFolder) + "/sample.default";
+const std::string kFirefoxProfile = std::string(kFirefoxProfilesRoot) + "/sample.default";
 constexpr const char* kChromeExtension = "chrome-extension_abcdefghijklmnop_0";
 constexpr const char* kSafariExtension = "safari-extension_com.example.ext-0123456789_0";
 
@@ -125,26 +125,12 @@ TEST(WebStorage, SafariTrackerFollowsTheFilesLeftAfterOneKeptAndOneRemoved) {
     EXPECT_EQ(column(run.home(), tracker, "SELECT origin FROM Origins;"), Names{"http_a.example_0"});
 }
 
-// A Firefox password database naming one saved login.
-void writeSignons(const SampleHome& home, const std::string& profile, const std::string& hostname) {
-    std::string path = home.writeFile(profile + "/signons.sqlite");
-    sqlite3* db = nullptr;
-    ASSERT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
-    std::string sql =
-        "CREATE TABLE moz_logins (id INTEGER PRIMARY KEY, hostname TEXT NOT NULL, httpRealm TEXT, formSubmitURL TEXT,"
-        " usernameField TEXT NOT NULL, passwordField TEXT NOT NULL, encryptedUsername TEXT NOT NULL,"
-        " encryptedPassword TEXT NOT NULL, guid TEXT, encType INTEGER);"
-        "INSERT INTO moz_logins VALUES (1, '" + hostname + "', NULL, '" + hostname + "', 'u', 'p', 'x', 'y', '{g}', 1);";
-    EXPECT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
-    sqlite3_close(db);
-}
-
 TEST(WebStorage, FirefoxCountsEarlierProfilesScopesAgainInLaterOnes) {
     WorkerRun run;
     WebStorageStores stores(run.home());
-    std::string one = std::string(kFirefoxProfilesFolder) + "/one.default";
-    std::string two = std::string(kFirefoxProfilesFolder) + "/two.work";
-    writeSignons(run.home(), one, "https://www.a.example.com");
+    std::string one = std::string(kFirefoxProfilesRoot) + "/one.default";
+    std::string two = std::string(kFirefoxProfilesRoot) + "/two.work";
+    writeFirefoxLogins(run.home(), "one.default", {"https://www.a.example.com"});
     std::string first = stores.writeWebappsstore(one + "/webappsstore.sqlite",
                                                  {{"moc.elpmaxe.a.:https:443"}, {"gro.elpmaxe.:http:80"}});
     std::string second = stores.writeWebappsstore(two + "/webappsstore.sqlite", {{"ten.elpmaxe.:http:80"}});

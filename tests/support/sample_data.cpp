@@ -2,6 +2,7 @@
 
 #include "app/names.h"
 #include "support/password_stores.h"
+#include "support/web_storage_stores.h"
 
 namespace tasselby::testing {
 
@@ -10,6 +11,7 @@ void buildSampleHome(const SampleHome& home) {
     home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}});
     home.writeLocalState(kChromiumRoot, {{"Default", "Person 1"}});
     writeFirefoxLogins(home, "k3x9ab2q.default", {"https://www.example.com", "https://accounts.example.org"});
+    WebStorageStores(home).writeSample({"Default", "Profile 1"}, "k3x9ab2q.default");
 }
 
 }  // namespace tasselby::testing

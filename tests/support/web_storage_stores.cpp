@@ -1,5 +1,7 @@
 #include "support/web_storage_stores.h"
 
+#include "support/password_stores.h"
+
 #include <sqlite3.h>
 
 #include <filesystem>
@@ -167,7 +169,8 @@ std::optional<std::vector<std::string>> WebStorageStores::column(const std::stri
     return values;
 }
 
-void WebStorageStores::writeSample(const std::vector<std::string>& chromiumProfiles) const {
+void WebStorageStores::writeSample(const std::vector<std::string>& chromiumProfiles,
+                                   const std::string& firefoxProfile) const {
     const std::vector<std::string> origins = {"https_www.example.com_0", "http_tracker.example.net_0",
                                               "https_mail.example.co.uk_443"};
     writeDatabases(kSafariDatabasesFolder, DatabasesFormat::Safari,
@@ -194,7 +197,7 @@ void WebStorageStores::writeSample(const std::vector<std::string>& chromiumProfi
                                              {"ten.elpmaxe.rekcart.:http:80", "a"},
                                              {"ku.oc.elpmaxe.liam.:https:443", "a"}};
     writeWebappsstore(kCaminoWebappsstore, scopes);
-    writeWebappsstore(std::string(kFirefoxProfilesFolder) + "/sample.default/webappsstore.sqlite", scopes);
+    writeWebappsstore(std::string(kFirefoxProfilesRoot) + "/" + firefoxProfile + "/webappsstore.sqlite", scopes);
 }
 
 }  // namespace tasselby::testing

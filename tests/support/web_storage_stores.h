@@ -13,7 +13,6 @@ namespace tasselby::testing {
 inline constexpr const char* kSafariDatabasesFolder = "Library/Safari/Databases";
 inline constexpr const char* kSafariLocalStorageFolder = "Library/Safari/LocalStorage";
 inline constexpr const char* kCaminoWebappsstore = "Library/Application Support/Camino/webappsstore.sqlite";
-inline constexpr const char* kFirefoxProfilesFolder = "Library/Application Support/Firefox/Profiles";
 
 // The two layouts of a web-database index: Safari's has an "Origins" table
 // beside "Databases"; the Chromium family's has "Databases" only.
@@ -56,9 +55,10 @@ public:
 
     // A small mixed sample for every browser: kept and unkept origins of
     // example.com, extension storage, files without journals. The Chromium
-    // family's storage goes into the profile folders named (listing them in
-    // "Local State" is the caller's part).
-    void writeSample(const std::vector<std::string>& chromiumProfiles = {"Default"}) const;
+    // family's storage goes into the profile folders named, Firefox's into
+    // the profile named (listing the profiles is the caller's part).
+    void writeSample(const std::vector<std::string>& chromiumProfiles = {"Default"},
+                     const std::string& firefoxProfile = "sample.default") const;
 
 private:
     const SampleHome& home_;

@@ -7,6 +7,7 @@
 
 #include "app/worker_app_delegate.h"
 #include "platform/fake_platform.h"
+#include "support/password_stores.h"
 #include "support/sample_home.h"
 #include "support/web_storage_stores.h"
 
@@ -14,7 +15,7 @@ namespace tasselby {
 namespace {
 
 using testing::DatabasesFormat;
-using testing::kFirefoxProfilesFolder;
+using testing::kFirefoxProfilesRoot;
 using testing::kSafariDatabasesFolder;
 using testing::kSafariLocalStorageFolder;
 using testing::WebStorageStores;
@@ -166,7 +167,7 @@ TEST_F(WebStorageSweepTest, NothingChosenStillDeletesRowsOfTheEmptyName) {
 }
 
 TEST_F(WebStorageSweepTest, FirefoxScopeListCarriesOverFromProfileToProfile) {
-    std::string profiles = kFirefoxProfilesFolder;
+    std::string profiles = kFirefoxProfilesRoot;
     stores.writeWebappsstore(profiles + "/one.default/webappsstore.sqlite", {{"gro.elpmaxe.:http:80"}});
     stores.writeWebappsstore(profiles + "/two.work/webappsstore.sqlite", {{"ten.elpmaxe.:http:80"}});
     home.makeFolder(profiles + "/empty.profile");
@@ -178,7 +179,7 @@ TEST_F(WebStorageSweepTest, FirefoxScopeListCarriesOverFromProfileToProfile) {
 }
 
 TEST_F(WebStorageSweepTest, FirefoxSkipsALinkToAProfile) {
-    std::string profiles = kFirefoxProfilesFolder;
+    std::string profiles = kFirefoxProfilesRoot;
     stores.writeWebappsstore("elsewhere/webappsstore.sqlite", {{"gro.elpmaxe.:http:80"}});
     home.makeFolder(profiles);
     ASSERT_EQ(symlink(home.path("elsewhere").c_str(), home.path(profiles + "/linked").c_str()), 0);
