@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "app/worker_app_delegate.h"
 #include "platform/fake_platform.h"
+#include "support/overwrite_pattern.h"
 #include "support/sample_home.h"
 
 namespace tasselby {
@@ -44,15 +44,6 @@ protected:
     }
 };
 
-// The file holds the first 1024 bytes over and over, none of them 0xFF.
-void expectPhaseThreePattern(const std::string& bytes) {
-    ASSERT_FALSE(bytes.empty());
-    EXPECT_EQ(bytes.find('\xFF'), std::string::npos);
-    for (std::size_t i = 1024; i < bytes.size(); ++i) {
-        ASSERT_EQ(bytes[i], bytes[i % 1024]) << "at byte " << i;
-    }
-}
-
 TEST_F(SecureDeleteTest, EmptyFileIsOpenedThreeTimesWithoutWrites) {
     std::string path = fileOf(0);
     EXPECT_TRUE(SecureDelete::wipe(platform, path));
@@ -72,7 +63,7 @@ TEST_F(SecureDeleteTest, EachPassWritesWholeBuffersThenTheRestAndTheLastLeavesNo
     EXPECT_EQ(platform.overwritten.size(), 3u) << "every pass reopens the file";
     std::string bytes = home.read("data.bin");
     EXPECT_EQ(bytes.size(), 5000u) << "nothing is truncated";
-    expectPhaseThreePattern(bytes);
+    EXPECT_TRUE(testing::isLastPassPattern(bytes));
     EXPECT_TRUE(platform.removed.empty()) << "overwriting never removes";
 }
 
@@ -133,7 +124,7 @@ TEST_F(SecureDeleteTest, WipeContentsofDirOverwritesTheOneFile) {
     std::string path = fileOf(2048);
     EXPECT_TRUE(SecureDelete::wipeContentsofDir(platform, path));
     EXPECT_EQ(platform.overwritten.size(), 3u);
-    expectPhaseThreePattern(home.read("data.bin"));
+    EXPECT_TRUE(testing::isLastPassPattern(home.read("data.bin")));
 }
 
 TEST_F(SecureDeleteTest, FolderIsWalkedWithoutWriting) {
@@ -153,42 +144,6 @@ TEST_F(SecureDeleteTest, RefusedOpenFailsAtOnce) {
     EXPECT_FALSE(SecureDelete::wipe(platform, path));
     EXPECT_TRUE(platform.writes.empty());
     EXPECT_EQ(home.read("data.bin"), std::string(100, '\xFF'));
-}
-
-class DisposalTest : public SecureDeleteTest {
-protected:
-    WorkerAppDelegate delegate{platform};
-};
-
-TEST_F(DisposalTest, RefusedOverwriteLeavesTheFileWhereItIs) {
-    std::string path = fileOf(100);
-    platform.refuseOverwrite.insert(path);
-    delegate.dispose(path, true);
-    EXPECT_TRUE(home.exists("data.bin"));
-    EXPECT_TRUE(platform.removed.empty());
-
-    delegate.dispose(path, false);
-    EXPECT_FALSE(home.exists("data.bin")) << "without the switch the file goes plainly";
-    EXPECT_TRUE(platform.writes.empty());
-}
-
-TEST_F(DisposalTest, LinkIsOverwrittenThroughButOnlyTheLinkIsRemoved) {
-    std::string target = fileOf(2000, "elsewhere/target");
-    home.makeFolder("cache");
-    std::filesystem::create_symlink(target, home.path("cache/link"));
-    delegate.dispose(home.path("cache/link"), true);
-    EXPECT_FALSE(home.exists("cache/link"));
-    ASSERT_TRUE(home.exists("elsewhere/target"));
-    std::string bytes = home.read("elsewhere/target");
-    EXPECT_EQ(bytes.size(), 2000u);
-    expectPhaseThreePattern(bytes);
-}
-
-TEST_F(DisposalTest, FolderIsRemovedWholeAfterItsWalk) {
-    home.writeFile("cache/a/b/c", "x");
-    delegate.dispose(home.path("cache"), true);
-    EXPECT_FALSE(home.exists("cache"));
-    EXPECT_TRUE(platform.overwritten.empty());
 }
 
 }  // namespace

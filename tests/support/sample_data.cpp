@@ -1,17 +1,20 @@
 #include "support/sample_data.h"
 
 #include "app/names.h"
+#include "support/cache_trees.h"
 #include "support/password_stores.h"
 #include "support/web_storage_stores.h"
 
 namespace tasselby::testing {
 
-void buildSampleHome(const SampleHome& home) {
+void buildSampleHome(const SampleHome& home, const std::string& systemRoot) {
     home.writeSuitePreferences({{kDisplayNotifications, true}});
     home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}});
     home.writeLocalState(kChromiumRoot, {{"Default", "Person 1"}});
     writeFirefoxLogins(home, "k3x9ab2q.default", {"https://www.example.com", "https://accounts.example.org"});
     WebStorageStores(home).writeSample({"Default", "Profile 1"}, "k3x9ab2q.default");
+    writeBrowserCaches(home);
+    if (!systemRoot.empty()) writeTemporaryFolders(systemRoot);
 }
 
 }  // namespace tasselby::testing
