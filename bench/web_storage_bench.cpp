@@ -7,6 +7,7 @@
 #include <spawn.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -170,29 +171,39 @@ int main() {
 
     std::vector<double> sweepTimes, bareTimes, rmTimes;
     long chosen = 0;
+    auto sweepOnce = [&] {
+        TemporaryFolder folder("tasselby-bench-sweep");
+        fs::copy(templateFolder.path(), folder.path(), fs::copy_options::recursive);
+        CommandLine line;
+        line.home = folder.path();
+        LinuxPlatform platform(line);
+        WorkerAppDelegate delegate(platform);
+        sync();  // the copy's writes are not left to land during the timing
+        sweepTimes.push_back(secondsOf([&] {
+            chosen = delegate.removeNonFavLocalStorage(kGoogleChrome, keep) +
+                     delegate.removeNonFavLocalStorage(kFirefox, keep);
+        }));
+    };
+    auto bareOnce = [&] {
+        TemporaryFolder folder("tasselby-bench-bare");
+        fs::copy(templateFolder.path(), folder.path(), fs::copy_options::recursive);
+        // The same work with the paths moved into this copy.
+        BareWork work = templateWork;
+        auto relocate = [&](std::string& path) { path = folder.path() + path.substr(templateFolder.path().size()); };
+        std::for_each(work.files.begin(), work.files.end(), relocate);
+        for (auto& statement : work.statements) relocate(statement.first);
+        sync();
+        rmTimes.push_back(secondsOf([&] { removeWithRm(work.files); }));
+        bareTimes.push_back(rmTimes.back() + secondsOf([&] { runStatements(work); }));
+    };
     for (int round = 0; round < kRounds; ++round) {
-        {
-            TemporaryFolder folder("tasselby-bench-sweep");
-            fs::copy(templateFolder.path(), folder.path(), fs::copy_options::recursive);
-            CommandLine line;
-            line.home = folder.path();
-            LinuxPlatform platform(line);
-            WorkerAppDelegate delegate(platform);
-            sweepTimes.push_back(secondsOf([&] {
-                chosen = delegate.removeNonFavLocalStorage(kGoogleChrome, keep) +
-                         delegate.removeNonFavLocalStorage(kFirefox, keep);
-            }));
-        }
-        {
-            TemporaryFolder folder("tasselby-bench-bare");
-            fs::copy(templateFolder.path(), folder.path(), fs::copy_options::recursive);
-            // The same work with the paths moved into this copy.
-            BareWork work = templateWork;
-            auto relocate = [&](std::string& path) { path = folder.path() + path.substr(templateFolder.path().size()); };
-            std::for_each(work.files.begin(), work.files.end(), relocate);
-            for (auto& statement : work.statements) relocate(statement.first);
-            rmTimes.push_back(secondsOf([&] { removeWithRm(work.files); }));
-            bareTimes.push_back(rmTimes.back() + secondsOf([&] { runStatements(work); }));
+        // Alternating which goes first evens out what the disk still owes the other.
+        if (round % 2 == 0) {
+            sweepOnce();
+            bareOnce();
+        } else {
+            bareOnce();
+            sweepOnce();
         }
         std::printf("round %d: sweep %.3f s, rm + SQLite %.3f s (rm %.3f s)\n", round + 1, sweepTimes.back(),
                     bareTimes.back(), rmTimes.back());
