@@ -4,6 +4,7 @@
 #include "support/cache_trees.h"
 #include "support/password_stores.h"
 #include "support/plugin_trees.h"
+#include "support/web_storage_stores.h"
 
 namespace tasselby::testing {
 
@@ -12,6 +13,7 @@ void buildSampleHome(const SampleHome& home, const std::string& systemRoot) {
     home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}});
     home.writeLocalState(kChromiumRoot, {{"Default", "Person 1"}});
     writeFirefoxLogins(home, "k3x9ab2q.default", {"https://www.example.com", "https://accounts.example.org"});
+    WebStorageStores(home).writeSample({"Default", "Profile 1"}, "k3x9ab2q.default");
     writeBrowserCaches(home);
     if (!systemRoot.empty()) writeTemporaryFolders(systemRoot);
     addSamplePluginTrees(home);

@@ -1,0 +1,44 @@
+#include "cleaners/webstorage/mozilla_scope.h"
+
+#include <gtest/gtest.h>
+
+namespace tasselby {
+namespace {
+
+TEST(MozillaScopeTest, ReversalMovesWholeCharacters) {
+    const std::vector<std::pair<std::string, std::string>> table = {
+        {"moc.elpmaxe.www", "www.example.com"},
+        {"", ""},
+        {"\xc3\xa9t\xc3\xa9.fr", "rf.\xc3\xa9t\xc3\xa9"},           // two-byte characters stay whole
+        {"a\xe2\x82\xac\xf0\x9f\x98\x80", "\xf0\x9f\x98\x80\xe2\x82\xac" "a"},  // three and four bytes
+        {"a\xff\xc3", "\xc3\xff" "a"},                               // stray bytes move alone
+    };
+    for (const auto& [text, expected] : table) EXPECT_EQ(MozillaScope::reversed(text), expected) << text;
+}
+
+TEST(MozillaScopeTest, FormDecoding) {
+    EXPECT_EQ(MozillaScope::decodedFormText("a+b%20c%2B"), "a b c+");
+    EXPECT_EQ(MozillaScope::decodedFormText("%C3%A9"), "\xc3\xa9");
+    EXPECT_EQ(MozillaScope::decodedFormText(""), "");
+    EXPECT_FALSE(MozillaScope::decodedFormText("%FF"));   // not UTF-8
+    EXPECT_FALSE(MozillaScope::decodedFormText("%C3"));   // cut sequence
+    EXPECT_FALSE(MozillaScope::decodedFormText("%4"));    // short escape
+    EXPECT_FALSE(MozillaScope::decodedFormText("%zz"));   // not hexadecimal
+}
+
+TEST(MozillaScopeTest, WorkingNames) {
+    const std::vector<std::pair<std::string, std::optional<std::string>>> table = {
+        {"moc.elpmaxe.www.:http:80", "example.com"},
+        {"moc.elpmaxe.www", std::nullopt},
+        {".:http:80", ""},
+        {".www.:http:80", ""},
+        {"p/moc.elpmaxe//x.:http:80", "x//example.com/p"},
+        {"moc.elpmaxe.www//.:http:80", "example.com"},
+        {"//.:http:80", "//"},
+        {"moc.b+a.www//x.:http:80", "a b.com"},
+    };
+    for (const auto& [scope, expected] : table) EXPECT_EQ(MozillaScope::workingName(scope), expected) << scope;
+}
+
+}  // namespace
+}  // namespace tasselby

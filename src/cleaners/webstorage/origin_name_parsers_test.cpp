@@ -1,0 +1,174 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "app/worker_app_delegate.h"
+#include "platform/fake_platform.h"
+#include "support/sample_home.h"
+
+namespace tasselby {
+namespace {
+
+enum class Decision { Kept, Chosen, PassedOver };
+constexpr Decision K = Decision::Kept;
+constexpr Decision C = Decision::Chosen;
+constexpr Decision P = Decision::PassedOver;
+
+class OriginNameParsersTest : public ::testing::Test {
+protected:
+    testing::TemporaryFolder home;
+    FakePlatform platform{home.path()};
+    WorkerAppDelegate delegate{platform};
+    const KeepList keep{"example.com", "example.co.uk"};
+
+    static bool holds(const std::vector<std::string>& result, const std::string& name) {
+        return std::find(result.begin(), result.end(), name) != result.end();
+    }
+};
+
+TEST_F(OriginNameParsersTest, DatabaseOriginsAreReducedWhole) {
+    const std::vector<std::pair<std::string, Decision>> table = {
+        {"http_www.example.com_0", C},
+        {"https_example.com_0", C},
+        {"https_mail.example.co.uk_443", C},
+        {"file__0", C},
+        {"chrome-extension_abcdefghijklmnop_0", K},
+        {"safari-extension_com.example.ext-0123456789_0", K},
+        {"example.com", K},
+        {"HTTP_example.com", C},        // not a web origin: reduced whole, lower-cased
+        {"www.EXAMPLE.com", K},         // a name that is itself a kept site
+        {"https", C},                   // "http" prefix without "_": reduced whole
+    };
+    for (const auto& [origin, expected] : table) {
+        std::vector<std::string> result = delegate.databaseArray({origin}, keep);
+        EXPECT_EQ(holds(result, origin), expected == C) << origin;
+        EXPECT_LE(result.size(), 1u) << origin;
+    }
+}
+
+TEST_F(OriginNameParsersTest, LocalStorageNamesByBrowser) {
+    struct Row {
+        std::string name;
+        Decision safari, chrome, chromium, opera;
+    };
+    const std::vector<Row> table = {
+        {"http_www.example.com_0.localstorage", K, K, K, K},
+        {"https_mail.example.com_0.localstorage", K, K, K, K},
+        {"https_mail.example.co.uk_0.localstorage", K, K, K, K},
+        {"http_example.org_80.localstorage", C, C, C, C},
+        {"http_192.168.0.10_8080.localstorage", C, C, C, C},
+        {"file__0.localstorage", C, C, C, C},
+        {"http_example.com.localstorage", C, C, C, C},
+        {"chrome-extension_abcdefghijklmnop_0.localstorage", C, C, K, C},
+        {"safari-extension_com.example.ext-0123456789_0.localstorage", K, C, C, C},
+        {"http_www.example.com_0.localstorage-journal", P, P, P, P},
+        {"StorageTracker.db", P, P, P, P},
+        // Capitals: not a web origin, so the whole name is reduced and chosen.
+        {"HTTP_www.example.com_0.localstorage", C, C, C, C},
+        {"http_www.example.com_0.LOCALSTORAGE", P, P, P, P},
+        // A name that is a kept site once its ending is gone.
+        {"example.com.localstorage", K, K, K, K},
+    };
+    const std::vector<std::string> browsers = {"Safari", "Google Chrome", "Chromium", "Opera"};
+    for (const Row& row : table) {
+        const Decision decisions[] = {row.safari, row.chrome, row.chromium, row.opera};
+        for (std::size_t b = 0; b < browsers.size(); ++b) {
+            std::vector<std::string> result = delegate.localStorageArray({row.name}, browsers[b], keep);
+            EXPECT_EQ(holds(result, row.name), decisions[b] == C) << row.name << " / " << browsers[b];
+        }
+    }
+}
+
+TEST_F(OriginNameParsersTest, ChromeExtensionRuleAnswersToTheNameChromeOnly) {
+    const std::string extension = "chrome-extension_abcdefghijklmnop_0.localstorage";
+    EXPECT_TRUE(delegate.localStorageArray({extension}, "Chrome", keep).empty());
+    EXPECT_EQ(delegate.localStorageArray({extension}, "Google Chrome", keep).size(), 1u);
+    // The name's whole text less its ending is the site compared.
+    EXPECT_TRUE(delegate.localStorageArray({extension}, "Opera", {"chrome-extension_abcdefghijklmnop_0"}).empty());
+}
+
+TEST_F(OriginNameParsersTest, MozillaScopes) {
+    const std::vector<std::pair<std::string, Decision>> table = {
+        {"moc.elpmaxe.www.:http:80", K},
+        {"moc.elpmaxe.:https:443", K},
+        {"ku.oc.elpmaxe.liam.:https:443", K},
+        {"gro.elpmaxe.:http:80", C},
+        {"1.0.0.721.:http:8080", C},
+        {"moc.elpmaxe.www", K},
+        {".:http:80", C},
+        {"p/moc.elpmaxe.www//x.:http:80", K},
+        {"p/moc.elpmaxe//x.:http:80", C},
+        {"moc.elpm14%xe.www//x.:http:80", K},
+        {"moc.b+a.www//x.:http:80", C},
+        // Cut at the first ".:" only.
+        {"moc.elpmaxe.:http:80.:x", K},
+        // An escape that is not UTF-8, or not an escape at all, leaves the
+        // whole text as the name, and that is no kept site.
+        {"FF%/moc.elpmaxe.www//x.:http:80", C},
+        {"z%/moc.elpmaxe.www//x.:http:80", C},
+        {"F2%/moc.elpmaxe.www//x.:http:80", K},
+    };
+    for (const auto& [scope, expected] : table) {
+        std::vector<std::string> result = delegate.mozillaLocalStorage({scope}, keep);
+        EXPECT_EQ(holds(result, scope), expected == C) << scope;
+    }
+    // "+" stands for a space in the address part, so a kept "a b.com" keeps it.
+    EXPECT_TRUE(delegate.mozillaLocalStorage({"moc.b+a.www//x.:http:80"}, {"a b.com"}).empty());
+}
+
+TEST_F(OriginNameParsersTest, ResultsKeepInputOrderAndDuplicates) {
+    const std::vector<std::string> scopes = {"gro.elpmaxe.:http:80", "moc.elpmaxe.:http:80", "ten.elpmaxe.:http:80",
+                                             "gro.elpmaxe.:http:80", "gro.elpmaxe.:http:80"};
+    EXPECT_EQ(delegate.mozillaLocalStorage(scopes, keep),
+              (std::vector<std::string>{"gro.elpmaxe.:http:80", "ten.elpmaxe.:http:80", "gro.elpmaxe.:http:80",
+                                        "gro.elpmaxe.:http:80"}));
+    const std::vector<std::string> origins = {"https_b.example_0", "chrome-extension_x_0", "https_a.example_0",
+                                              "https_b.example_0"};
+    EXPECT_EQ(delegate.databaseArray(origins, keep),
+              (std::vector<std::string>{"https_b.example_0", "https_a.example_0", "https_b.example_0"}));
+    EXPECT_TRUE(delegate.databaseArray({}, keep).empty());
+    EXPECT_TRUE(delegate.localStorageArray({"StorageTracker.db", "http_example.com_0.localstorage"}, "Safari", keep)
+                    .empty());
+}
+
+TEST_F(OriginNameParsersTest, EmptyKeepListChoosesEveryWebName) {
+    EXPECT_EQ(delegate.localStorageArray({"http_www.example.com_0.localstorage"}, "Opera", {}).size(), 1u);
+    EXPECT_EQ(delegate.mozillaLocalStorage({"moc.elpmaxe.www.:http:80"}, {}).size(), 1u);
+}
+
+// Any text, thrown at the three parsers: each answers a subsequence of its input.
+TEST_F(OriginNameParsersTest, RandomNamesGiveSubsequencesOfTheInput) {
+    const std::string alphabet = "abcwWHTP._-:/%+2F4 hts\xc3\xa9\xff\x80";
+    const std::vector<std::string> prefixes = {"", "http_", "https_www.", "chrome-extension_", "safari-extension_",
+                                               "moc.", ".:", "//www."};
+    const std::vector<std::string> suffixes = {"", ".localstorage", "_0.localstorage", ".:http:80", "//x.:https:443"};
+    std::mt19937 random(20240611);
+    auto pick = [&](const auto& list) { return list[random() % list.size()]; };
+    auto isSubsequence = [](const std::vector<std::string>& part, const std::vector<std::string>& whole) {
+        auto at = whole.begin();
+        for (const std::string& name : part) {
+            at = std::find(at, whole.end(), name);
+            if (at == whole.end()) return false;
+            ++at;
+        }
+        return true;
+    };
+    for (int round = 0; round < 300; ++round) {
+        std::vector<std::string> names;
+        for (std::size_t n = random() % 12; n > 0; --n) {
+            std::string middle;
+            for (std::size_t length = random() % 16; length > 0; --length) middle.push_back(pick(alphabet));
+            names.push_back(pick(prefixes) + middle + pick(suffixes));
+        }
+        KeepList randomKeep = {"example.com", names.empty() ? "" : names.front()};
+        for (const char* browser : {"Safari", "Chromium", "Chrome", "Opera"}) {
+            EXPECT_TRUE(isSubsequence(delegate.localStorageArray(names, browser, randomKeep), names));
+        }
+        EXPECT_TRUE(isSubsequence(delegate.databaseArray(names, randomKeep), names));
+        EXPECT_TRUE(isSubsequence(delegate.mozillaLocalStorage(names, randomKeep), names));
+    }
+}
+
+}  // namespace
+}  // namespace tasselby

@@ -1,0 +1,203 @@
+#include "support/web_storage_stores.h"
+
+#include "support/password_stores.h"
+
+#include <sqlite3.h>
+
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+
+namespace tasselby::testing {
+
+namespace {
+
+constexpr const char* kSafariDatabasesSchema =
+    "CREATE TABLE Origins (origin TEXT UNIQUE ON CONFLICT REPLACE, quota INTEGER NOT NULL ON CONFLICT FAIL);"
+    "CREATE TABLE Databases (guid INTEGER PRIMARY KEY AUTOINCREMENT, origin TEXT, name TEXT, displayName TEXT, "
+    "estimatedSize INTEGER, path TEXT);";
+constexpr const char* kChromiumDatabasesSchema =
+    "CREATE TABLE meta (key LONGVARCHAR NOT NULL UNIQUE PRIMARY KEY, value LONGVARCHAR);"
+    "INSERT INTO meta VALUES ('version', '2'), ('last_compatible_version', '1');"
+    "CREATE TABLE Databases (id INTEGER PRIMARY KEY AUTOINCREMENT, origin TEXT NOT NULL, name TEXT NOT NULL, "
+    "description TEXT NOT NULL, estimated_size INTEGER NOT NULL);"
+    "CREATE INDEX origin_index ON Databases (origin);"
+    "CREATE UNIQUE INDEX unique_index ON Databases (origin, name);";
+constexpr const char* kWebDatabaseSchema =
+    "CREATE TABLE __WebKitDatabaseInfoTable__ (key TEXT NOT NULL ON CONFLICT FAIL UNIQUE ON CONFLICT REPLACE,"
+    "value TEXT NOT NULL ON CONFLICT FAIL);"
+    "INSERT INTO __WebKitDatabaseInfoTable__ VALUES ('WebKitDatabaseVersionKey', '1.0');"
+    "CREATE TABLE notes (id INTEGER PRIMARY KEY, body TEXT);";
+constexpr const char* kLocalStorageSchema =
+    "PRAGMA encoding = \"UTF-16\";"
+    "CREATE TABLE ItemTable (key TEXT UNIQUE ON CONFLICT REPLACE, value BLOB NOT NULL ON CONFLICT FAIL);"
+    "INSERT INTO ItemTable VALUES ('visits', X'330000');";
+constexpr const char* kStorageTrackerSchema = "CREATE TABLE Origins (origin TEXT UNIQUE ON CONFLICT REPLACE, path TEXT);";
+constexpr const char* kWebappsstoreSchema =
+    "CREATE TABLE webappsstore2 (scope TEXT, key TEXT, value TEXT, secure INTEGER, owner TEXT);"
+    "CREATE UNIQUE INDEX scope_key_index ON webappsstore2(scope, key);";
+
+// A fixture database: opened (and created) for writing, closed with the object.
+class FixtureDatabase {
+public:
+    explicit FixtureDatabase(const std::string& path) {
+        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+        if (sqlite3_open(path.c_str(), &db_) != SQLITE_OK) {
+            sqlite3_close(db_);
+            throw std::runtime_error("cannot open fixture database " + path);
+        }
+        // Fixtures need no durability; skipping the syncs keeps large ones quick.
+        run("PRAGMA synchronous = OFF;");
+    }
+    ~FixtureDatabase() { sqlite3_close(db_); }
+    FixtureDatabase(const FixtureDatabase&) = delete;
+    FixtureDatabase& operator=(const FixtureDatabase&) = delete;
+
+    void run(const std::string& sql) {
+        char* message = nullptr;
+        if (sqlite3_exec(db_, sql.c_str(), nullptr, nullptr, &message) != SQLITE_OK) {
+            std::string text = message ? message : "unknown error";
+            sqlite3_free(message);
+            throw std::runtime_error("fixture statement failed: " + text + " in " + sql);
+        }
+    }
+
+    // Runs a statement once per row of text values, bound in order.
+    void insert(const std::string& sql, const std::vector<std::vector<std::string>>& rows) {
+        run("BEGIN;");
+        sqlite3_stmt* raw = nullptr;
+        if (sqlite3_prepare_v2(db_, sql.c_str(), -1, &raw, nullptr) != SQLITE_OK) {
+            throw std::runtime_error("cannot prepare fixture statement " + sql);
+        }
+        std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement(raw, sqlite3_finalize);
+        for (const auto& row : rows) {
+            for (std::size_t i = 0; i < row.size(); ++i) {
+                sqlite3_bind_text(raw, static_cast<int>(i + 1), row[i].c_str(), -1, SQLITE_TRANSIENT);
+            }
+            if (sqlite3_step(raw) != SQLITE_DONE) throw std::runtime_error("fixture insert failed: " + sql);
+            sqlite3_reset(raw);
+        }
+        run("COMMIT;");
+    }
+
+private:
+    sqlite3* db_ = nullptr;
+};
+
+}  // namespace
+
+std::string WebStorageStores::writeDatabases(const std::string& folder, DatabasesFormat format,
+                                             const std::vector<WebDatabase>& databases) const {
+    std::string index = home_.path(folder) + "/Databases.db";
+    FixtureDatabase tracker(index);
+    std::vector<std::vector<std::string>> rows;
+    bool safari = format == DatabasesFormat::Safari;
+    tracker.run(safari ? kSafariDatabasesSchema : kChromiumDatabasesSchema);
+    for (std::size_t i = 0; i < databases.size(); ++i) {
+        const WebDatabase& database = databases[i];
+        // Safari names a database's file itself; the Chromium family names it by the row's id.
+        std::string file = safari ? "000000000000000" + std::to_string(i + 1) + ".db" : std::to_string(i + 1);
+        rows.push_back({database.origin, database.name, file});
+        FixtureDatabase(home_.path(folder) + "/" + database.origin + "/" + file).run(kWebDatabaseSchema);
+    }
+    if (safari) {
+        tracker.insert("INSERT INTO Databases (origin, name, displayName, estimatedSize, path) "
+                       "VALUES (?1, ?2, ?2, 5242880, ?3);",
+                       rows);
+        for (auto& row : rows) row.resize(1);
+        tracker.insert("INSERT INTO Origins VALUES (?1, 5242880);", rows);
+    } else {
+        for (auto& row : rows) row.resize(2);
+        tracker.insert("INSERT OR REPLACE INTO Databases (origin, name, description, estimated_size) "
+                       "VALUES (?1, ?2, ?2, 5242880);",
+                       rows);
+    }
+    return index;
+}
+
+std::string WebStorageStores::writeLocalStorage(const std::string& folder, const std::string& origin,
+                                                bool journal) const {
+    std::string file = folder + "/" + origin + ".localstorage";
+    FixtureDatabase(home_.path(file)).run(kLocalStorageSchema);
+    if (journal) home_.writeFile(file + "-journal", std::string(512, '\0'));
+    return home_.path(file);
+}
+
+std::string WebStorageStores::writeStorageTracker(const std::string& folder,
+                                                  const std::vector<std::string>& origins) const {
+    std::string path = home_.path(folder) + "/StorageTracker.db";
+    FixtureDatabase tracker(path);
+    tracker.run(kStorageTrackerSchema);
+    std::vector<std::vector<std::string>> rows;
+    for (const std::string& origin : origins) {
+        rows.push_back({origin, home_.path(folder) + "/" + origin + ".localstorage"});
+    }
+    tracker.insert("INSERT INTO Origins VALUES (?1, ?2);", rows);
+    return path;
+}
+
+std::string WebStorageStores::writeWebappsstore(const std::string& path, const std::vector<MozillaItem>& items) const {
+    std::string full = home_.path(path);
+    FixtureDatabase store(full);
+    store.run(kWebappsstoreSchema);
+    std::vector<std::vector<std::string>> rows;
+    for (const MozillaItem& item : items) rows.push_back({item.scope, item.key});
+    store.insert("INSERT INTO webappsstore2 VALUES (?1, ?2, 'v', 0, '');", rows);
+    return full;
+}
+
+std::optional<std::vector<std::string>> WebStorageStores::column(const std::string& database,
+                                                                 const std::string& sql) const {
+    std::string path = database.starts_with("/") ? database : home_.path(database);
+    sqlite3* db = nullptr;
+    std::unique_ptr<sqlite3, int (*)(sqlite3*)> owner(nullptr, sqlite3_close);
+    if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
+        sqlite3_close(db);
+        return std::nullopt;
+    }
+    owner.reset(db);
+    sqlite3_stmt* raw = nullptr;
+    if (sqlite3_prepare_v2(db, sql.c_str(), -1, &raw, nullptr) != SQLITE_OK) return std::nullopt;
+    std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement(raw, sqlite3_finalize);
+    std::vector<std::string> values;
+    int step = SQLITE_ROW;
+    while ((step = sqlite3_step(raw)) == SQLITE_ROW) {
+        const unsigned char* text = sqlite3_column_text(raw, 0);
+        values.emplace_back(text ? reinterpret_cast<const char*>(text) : "");
+    }
+    if (step != SQLITE_DONE) return std::nullopt;
+    return values;
+}
+
+void WebStorageStores::writeSample(const std::vector<std::string>& chromiumProfiles,
+                                   const std::string& firefoxProfile) const {
+    const std::vector<std::string> origins = {"https_www.example.com_0", "http_tracker.example.net_0",
+                                              "https_mail.example.co.uk_443"};
+    writeDatabases(kSafariDatabasesFolder, DatabasesFormat::Safari,
+                   {{origins[0]}, {origins[1]}, {origins[1], "stats"}, {"safari-extension_com.example.ext-0123456789_0"}});
+    for (const std::string& origin : origins) writeLocalStorage(kSafariLocalStorageFolder, origin, false);
+    writeLocalStorage(kSafariLocalStorageFolder, "safari-extension_com.example.ext-0123456789_0", false);
+    writeStorageTracker(kSafariLocalStorageFolder, origins);
+
+    std::vector<std::string> chromiumFamily;
+    for (const std::string& profile : chromiumProfiles) {
+        chromiumFamily.push_back(std::string(kChromeRoot) + "/" + profile);
+        chromiumFamily.push_back(std::string(kChromiumRoot) + "/" + profile);
+    }
+    chromiumFamily.push_back(kOperaRoot);
+    for (const std::string& root : chromiumFamily) {
+        writeDatabases(root + "/databases", DatabasesFormat::Chromium,
+                       {{origins[0]}, {origins[1]}, {"chrome-extension_abcdefghijklmnop_0"}});
+        for (const std::string& origin : origins) writeLocalStorage(root + "/Local Storage", origin);
+        writeLocalStorage(root + "/Local Storage", "chrome-extension_abcdefghijklmnop_0", false);
+    }
+
+    const std::vector<MozillaItem> scopes = {{"moc.elpmaxe.www.:https:443", "a"},
+                                             {"moc.elpmaxe.www.:https:443", "b"},
+                                             {"ten.elpmaxe.rekcart.:http:80", "a"},
+                                             {"ku.oc.elpmaxe.liam.:https:443", "a"}};
+    writeWebappsstore(kCaminoWebappsstore, scopes);
+    writeWebappsstore(std::string(kFirefoxProfilesRoot) + "/" + firefoxProfile + "/webappsstore.sqlite", scopes);
+}
+
+}  // namespace tasselby::testing
