@@ -4,7 +4,6 @@
 #include <cctype>
 #include <string_view>
 
-#include "app/text.h"
 
 namespace tasselby {
 
@@ -45,19 +44,25 @@ std::optional<std::string> WorkerExtras::siteWithDomainName(const std::string& h
     if (site.starts_with('.')) site.erase(0, 1);
     if (site.starts_with(kWwwPrefix)) site.erase(0, kWwwPrefix.size());
 
-    std::vector<std::string> labels = componentsSeparatedByString(site, ".");
-    const std::size_t n = labels.size();
-    if (n == 1) return site;
+    // Only the last three labels matter, so they are found from the end
+    // rather than by splitting the whole name: this runs once per cookie,
+    // scope and storage file.
+    const std::string_view name = site;
+    const std::size_t lastDot = name.rfind('.');
+    if (lastDot == std::string_view::npos) return site;
 
     // Digits matter only to tell a numeric last label (an IPv4 address, or
     // nothing after a trailing dot); the length test below measures the
     // label as it stands, digits included.
-    const std::string& last = labels[n - 1];
+    const std::string_view last = name.substr(lastDot + 1);
     if (isOnlyDigits(last)) return site;
 
-    if (characterCount(last) == 3) return stringWithFormat("%@.%@", {labels[n - 2], last});
-    if (n < 3) return site;
-    return stringWithFormat("%@.%@.%@", {labels[n - 3], labels[n - 2], last});
+    const std::size_t secondDot = lastDot == 0 ? std::string_view::npos : name.rfind('.', lastDot - 1);
+    const std::size_t secondStart = secondDot == std::string_view::npos ? 0 : secondDot + 1;
+    if (characterCount(last) == 3) return std::string(name.substr(secondStart));
+    if (secondDot == std::string_view::npos) return site;  // two labels
+    const std::size_t thirdDot = secondDot == 0 ? std::string_view::npos : name.rfind('.', secondDot - 1);
+    return std::string(name.substr(thirdDot == std::string_view::npos ? 0 : thirdDot + 1));
 }
 
 std::optional<std::vector<KeychainAttributes>> WorkerExtras::allAccounts(Platform& platform) {

@@ -95,11 +95,16 @@ std::optional<std::string> PosixFiles::readUtf8File(const std::string& path) {
     return text;
 }
 
-bool PosixFiles::removeItem(const std::string& path) {
+bool PosixFiles::removeItem(const std::string& givenPath) {
+    // A trailing "/" would make the system resolve a final link to a folder
+    // and empty the folder it points at; without it the link itself goes.
+    std::string path = givenPath;
+    while (path.size() > 1 && path.back() == '/') path.pop_back();
     if (path.empty()) return false;
-    struct stat st;
-    if (lstat(path.c_str(), &st) != 0) return false;
-    if (!S_ISDIR(st.st_mode)) return unlink(path.c_str()) == 0;
+    // Most items removed are files: unlinking first spares a look-up of the
+    // path. unlink never follows a link and refuses a folder.
+    if (unlink(path.c_str()) == 0) return true;
+    if (errno != EISDIR && errno != EPERM) return false;
     int fd = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (fd >= 0) removeContents(fd);
     return rmdir(path.c_str()) == 0;

@@ -165,15 +165,17 @@ std::optional<SqlRows> Sqlite::executeQuery(const std::string& sql, const SqlArg
     Statement statement(prepared);
     bindArguments(prepared, arguments);
 
-    SqlRows rows;
+    // The columns in name order, each name once with the last column of that
+    // name, so that every row is built by appending at the end of its map.
     const int columns = sqlite3_column_count(prepared);
+    std::map<std::string, int> byName;
+    for (int column = 0; column < columns; ++column) byName.insert_or_assign(columnName(prepared, column), column);
+
+    SqlRows rows;
     // A step error in the middle of a result ends it quietly with the rows read so far.
     while (hasData(prepared)) {
-        SqlRow row;
-        for (int column = 0; column < columns; ++column) {
-            row.insert_or_assign(columnName(prepared, column), columnData(prepared, column));
-        }
-        rows.push_back(std::move(row));
+        SqlRow& row = rows.emplace_back();
+        for (const auto& [name, column] : byName) row.emplace_hint(row.end(), name, columnData(prepared, column));
     }
     return rows;
 }
