@@ -7,6 +7,5 @@ std::array<long, 2> WorkerAppDelegate::removeCookies(const std::string&, const K
 CookieInventory WorkerAppDelegate::cookies(const std::string&, const KeepList&) { return {}; }
 void WorkerAppDelegate::deleteChromeChannelID(const std::string&, const KeepList&) {}
 void WorkerAppDelegate::deleteSafariCookies(const std::vector<HttpCookie>&) {}
-std::vector<std::string> WorkerAppDelegate::defaultTrackingCookies() { return {}; }
 
 }  // namespace tasselby
