@@ -1,14 +1,213 @@
 #include "storage/sqlite.h"
 
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <array>
+#include <memory>
+#include <random>
+#include <type_traits>
+
 namespace tasselby {
 
-// The SQLite layer is not built yet: nothing opens.
+namespace {
+
+constexpr useconds_t kBusyPauseMicroseconds = 20;
+
+constexpr const char* kCommit = "COMMIT TRANSACTION;";
+constexpr const char* kRollback = "ROLLBACK TRANSACTION;";
+constexpr const char* kBeginExclusive = "BEGIN EXCLUSIVE TRANSACTION;";
+constexpr const char* kBeginDeferred = "BEGIN DEFERRED TRANSACTION;";
+
+struct StatementFinalizer {
+    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+using Statement = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
+
+std::string textOf(const unsigned char* text) {
+    return text == nullptr ? std::string() : std::string(reinterpret_cast<const char*>(text));
+}
+
+}  // namespace
+
 const std::string* sqlText(const SqlValue& value) { return std::get_if<std::string>(&value); }
+
 Sqlite::Sqlite() = default;
-Sqlite::~Sqlite() = default;
-bool Sqlite::open(const std::string&) { return false; }
-void Sqlite::close() {}
-std::optional<SqlRows> Sqlite::executeQuery(const std::string&) { return std::nullopt; }
-bool Sqlite::executeNonQuery(const std::string&) { return false; }
+
+Sqlite::Sqlite(const std::string& path) : busyRetryTimeout_(0) {
+    // Whether the open worked shows in filePath(); the instance is usable either way.
+    open(path);
+}
+
+Sqlite::~Sqlite() { close(); }
+
+bool Sqlite::retryWhenBusy(std::int64_t busyCount) const {
+    usleep(kBusyPauseMicroseconds);
+    // Signed on purpose: only a negative setting makes a call retry, and then
+    // without bound; 0 or more gives up at the first busy result.
+    return busyCount - 1 > busyRetryTimeout_;
+}
+
+bool Sqlite::open(const std::string& path) {
+    close();
+    if (sqlite3_open(path.c_str(), &db_) != SQLITE_OK) return false;
+    filePath_ = path;
+    return true;
+}
+
+void Sqlite::close() {
+    if (db_ == nullptr) return;
+    for (std::int64_t busy = 1; sqlite3_close(db_) == SQLITE_BUSY && retryWhenBusy(busy); ++busy) {
+    }
+    // A connection still busy after the rule gave up is simply forgotten.
+    filePath_.reset();
+    db_ = nullptr;
+}
+
+std::int64_t Sqlite::errorCode() const { return sqlite3_errcode(db_); }
+
+std::string Sqlite::errorMessage() const { return textOf(reinterpret_cast<const unsigned char*>(sqlite3_errmsg(db_))); }
+
+bool Sqlite::prepareSql(const std::string& sql, sqlite3_stmt** inStatament) {
+    for (std::int64_t busy = 1;; ++busy) {
+        int result = sqlite3_prepare_v2(db_, sql.c_str(), -1, inStatament, nullptr);
+        if (result == SQLITE_OK) return true;
+        if (result != SQLITE_BUSY || !retryWhenBusy(busy)) return false;
+    }
+}
+
+bool Sqlite::hasData(sqlite3_stmt* statement) {
+    for (std::int64_t busy = 1;; ++busy) {
+        int result = sqlite3_step(statement);
+        if (result == SQLITE_ROW) return true;
+        if (result != SQLITE_BUSY || !retryWhenBusy(busy)) return false;
+    }
+}
+
+bool Sqlite::executeStatament(sqlite3_stmt* statement) {
+    for (std::int64_t busy = 1;; ++busy) {
+        int result = sqlite3_step(statement);
+        if (result == SQLITE_DONE || result == SQLITE_OK) return true;
+        if (result != SQLITE_BUSY || !retryWhenBusy(busy)) return false;
+    }
+}
+
+void Sqlite::bindObject(const SqlArgument& object, int toColumn, sqlite3_stmt* inStatament) {
+    std::visit(
+        [&](const auto& value) {
+            using T = std::decay_t<decltype(value)>;
+            if constexpr (std::is_same_v<T, SqlNull>) {
+                sqlite3_bind_null(inStatament, toColumn);
+            } else if constexpr (std::is_same_v<T, SqlBlob>) {
+                sqlite3_bind_blob(inStatament, toColumn, value.data(), static_cast<int>(value.size()), SQLITE_STATIC);
+            } else if constexpr (std::is_same_v<T, SqlDate>) {
+                sqlite3_bind_double(inStatament, toColumn,
+                                    std::chrono::duration<double>(value.time_since_epoch()).count());
+            } else if constexpr (std::is_same_v<T, bool>) {
+                sqlite3_bind_int(inStatament, toColumn, value ? 1 : 0);
+            } else if constexpr (std::is_integral_v<T>) {
+                sqlite3_bind_int64(inStatament, toColumn, static_cast<sqlite3_int64>(value));
+            } else if constexpr (std::is_floating_point_v<T>) {
+                sqlite3_bind_double(inStatament, toColumn, static_cast<double>(value));
+            } else {
+                sqlite3_bind_text(inStatament, toColumn, value.c_str(), -1, SQLITE_STATIC);
+            }
+        },
+        object);
+}
+
+void Sqlite::bindArguments(sqlite3_stmt* statement, const SqlArguments& arguments) {
+    const int count = sqlite3_bind_parameter_count(statement);
+    // Bytes and text are bound without a copy, so each argument is bound from
+    // the caller's own vector; parameters beyond it are bound as NULL.
+    for (int position = 1; position <= count; ++position) {
+        const auto index = static_cast<std::size_t>(position - 1);
+        if (index < arguments.size()) {
+            bindObject(arguments[index], position, statement);
+        } else {
+            sqlite3_bind_null(statement, position);
+        }
+    }
+}
+
+SqlValue Sqlite::columnData(sqlite3_stmt* statement, int columnIndex) {
+    switch (sqlite3_column_type(statement, columnIndex)) {
+    case SQLITE_INTEGER:
+    case SQLITE_TEXT:
+        // Integers come back as their decimal text: callers put them straight
+        // back into the text of statements.
+        return textOf(sqlite3_column_text(statement, columnIndex));
+    case SQLITE_FLOAT:
+        return sqlite3_column_double(statement, columnIndex);
+    case SQLITE_BLOB: {
+        const auto* bytes = static_cast<const unsigned char*>(sqlite3_column_blob(statement, columnIndex));
+        const int size = sqlite3_column_bytes(statement, columnIndex);
+        return bytes == nullptr ? SqlBlob() : SqlBlob(bytes, bytes + size);
+    }
+    default:
+        return SqlNull{};
+    }
+}
+
+std::string Sqlite::columnName(sqlite3_stmt* statement, int columnIndex) {
+    const char* name = sqlite3_column_name(statement, columnIndex);
+    return name == nullptr ? std::string() : std::string(name);
+}
+
+std::optional<SqlRows> Sqlite::executeQuery(const std::string& sql) { return executeQuery(sql, {}); }
+
+std::optional<SqlRows> Sqlite::executeQuery(const std::string& sql, const SqlArguments& arguments) {
+    sqlite3_stmt* prepared = nullptr;
+    if (!prepareSql(sql, &prepared)) return std::nullopt;
+    Statement statement(prepared);
+    bindArguments(prepared, arguments);
+
+    SqlRows rows;
+    const int columns = sqlite3_column_count(prepared);
+    // A step error in the middle of a result ends it quietly with the rows read so far.
+    while (hasData(prepared)) {
+        SqlRow row;
+        for (int column = 0; column < columns; ++column) {
+            row.insert_or_assign(columnName(prepared, column), columnData(prepared, column));
+        }
+        rows.push_back(std::move(row));
+    }
+    return rows;
+}
+
+bool Sqlite::executeNonQuery(const std::string& sql) { return executeNonQuery(sql, {}); }
+
+bool Sqlite::executeNonQuery(const std::string& sql, const SqlArguments& arguments) {
+    sqlite3_stmt* prepared = nullptr;
+    if (!prepareSql(sql, &prepared)) return false;
+    Statement statement(prepared);
+    bindArguments(prepared, arguments);
+    return executeStatament(prepared);
+}
+
+bool Sqlite::commit() { return executeNonQuery(kCommit); }
+bool Sqlite::rollback() { return executeNonQuery(kRollback); }
+bool Sqlite::beginTransaction() { return executeNonQuery(kBeginExclusive); }
+bool Sqlite::beginDeferredTransaction() { return executeNonQuery(kBeginDeferred); }
+
+std::string Sqlite::version() { return sqlite3_libversion(); }
+
+std::string Sqlite::createUuid() {
+    // A version 4 (random) UUID; nothing needs more than fresh random bytes.
+    std::random_device source;
+    std::array<unsigned char, 16> bytes{};
+    for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(source());
+    bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0F) | 0x40);
+    bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80);
+
+    constexpr const char* kHexDigits = "0123456789ABCDEF";
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        if (i == 4 || i == 6 || i == 8 || i == 10) text.push_back('-');
+        text.push_back(kHexDigits[bytes[i] >> 4]);
+        text.push_back(kHexDigits[bytes[i] & 0x0F]);
+    }
+    return text;
+}
 
 }  // namespace tasselby

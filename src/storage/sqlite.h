@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -29,31 +30,92 @@ using SqlRows = std::vector<SqlRow>;
 // The text of a value that arrived as text (TEXT or INTEGER); nothing otherwise.
 const std::string* sqlText(const SqlValue& value);
 
+using SqlDate = std::chrono::system_clock::time_point;
+
+// A value bound to a statement parameter. Each kind binds its own way:
+// SqlNull as NULL, bytes as a BLOB, a date as REAL seconds since 1970, bool
+// as the 32-bit INTEGER 1 or 0, the integers as 64-bit INTEGER, float and
+// double as REAL, text as TEXT (up to its first zero byte).
+using SqlArgument =
+    std::variant<SqlNull, SqlBlob, SqlDate, bool, std::int32_t, std::int64_t, float, double, std::string>;
+using SqlArguments = std::vector<SqlArgument>;
+
 // A thin owner of one SQLite connection. Statements run in autocommit mode,
 // one at a time; every failure is answered as nothing or false. Destruction
 // closes the connection.
+//
+// A busy database is met by the busy rule: after each busy result a call
+// pauses 20 microseconds and tries again only while (busy results so far - 1)
+// exceeds busyRetryTimeout. Any value of 0 or more therefore gives up at the
+// first busy result; a negative value retries without bound.
 class Sqlite {
 public:
+    // busyRetryTimeout 1, nothing open.
     Sqlite();
+    // busyRetryTimeout 0, then opens the path; a failed open leaves the
+    // instance closed (its handle is still released with the instance).
+    explicit Sqlite(const std::string& path);
     ~Sqlite();
     Sqlite(const Sqlite&) = delete;
     Sqlite& operator=(const Sqlite&) = delete;
 
-    // Opens (and creates when missing) the database file; closes any open one first.
+    // Opens (and creates when missing) the database file; closes any open one
+    // first. On failure the handle SQLite gave back stays until close().
     bool open(const std::string& path);
+    // Closes the connection, retrying by the busy rule; after giving up the
+    // connection is forgotten. Nothing happens when none is open.
     void close();
 
+    // SQLite's most recent result code and error message of the connection.
+    std::int64_t errorCode() const;
+    std::string errorMessage() const;
+
     // Rows of the statement, in SQLite's order; empty for a statement without
-    // rows (a DELETE runs); nothing when it cannot be prepared.
+    // rows (a DELETE runs); nothing when it cannot be prepared. Parameters
+    // beyond the given arguments are bound as NULL.
     std::optional<SqlRows> executeQuery(const std::string& sql);
+    std::optional<SqlRows> executeQuery(const std::string& sql, const SqlArguments& arguments);
+    // Whether the statement ran to its end without producing a row.
     bool executeNonQuery(const std::string& sql);
+    bool executeNonQuery(const std::string& sql, const SqlArguments& arguments);
+
+    bool commit();
+    bool rollback();
+    bool beginTransaction();          // exclusive
+    bool beginDeferredTransaction();
+
+    // The statement building blocks. A prepared statement belongs to the
+    // caller, who finalizes it.
+    bool prepareSql(const std::string& sql, sqlite3_stmt** inStatament);
+    // Steps once: true when the statement is done (or answered OK).
+    bool executeStatament(sqlite3_stmt* statement);
+    // Binds to the 1-based parameter position. Bytes and text are not copied:
+    // the argument must outlive the statement's use of it.
+    void bindObject(const SqlArgument& object, int toColumn, sqlite3_stmt* inStatament);
+    // Steps once: true when a row is ready.
+    bool hasData(sqlite3_stmt* statement);
+    // The current row's value and name of the 0-based column.
+    SqlValue columnData(sqlite3_stmt* statement, int columnIndex);
+    std::string columnName(sqlite3_stmt* statement, int columnIndex);
 
     std::int64_t busyRetryTimeout() const { return busyRetryTimeout_; }
     void setBusyRetryTimeout(std::int64_t value) { busyRetryTimeout_ = value; }
     const std::optional<std::string>& filePath() const { return filePath_; }
     sqlite3* _db() const { return db_; }
+    // Takes over a connection handle; the instance closes it from then on.
+    void set_db(sqlite3* db) { db_ = db; }
+
+    // SQLite's library version text.
+    static std::string version();
+    // A new random UUID, upper-case hexadecimal in groups 8-4-4-4-12.
+    static std::string createUuid();
 
 private:
+    // Pauses, then answers whether the call that met its busyCount-th busy
+    // result tries again.
+    bool retryWhenBusy(std::int64_t busyCount) const;
+    void bindArguments(sqlite3_stmt* statement, const SqlArguments& arguments);
+
     std::int64_t busyRetryTimeout_ = 1;
     std::optional<std::string> filePath_;
     sqlite3* db_ = nullptr;

@@ -1,0 +1,99 @@
+#include "keep/worker_extras.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string_view>
+
+namespace tasselby {
+namespace {
+
+struct SiteCase {
+    std::string host;
+    std::optional<std::string> site;
+};
+
+TEST(SiteWithDomainNameTest, ReducesHostsToTheirSite) {
+    const SiteCase cases[] = {
+        {"www.Example.COM", "example.com"},
+        {"WWW.EXAMPLE.COM", "example.com"},
+        {".example.com", "example.com"},
+        {"mail.example.com", "example.com"},
+        {"a.b.c.example.org", "example.org"},
+        {"news.example.co.uk", "example.co.uk"},
+        {"www.example.co.uk", "example.co.uk"},
+        {"example.de", "example.de"},
+        {"a.b.example.de", "b.example.de"},
+        {"www.example.info", "example.info"},
+        {"shop.example.info", "shop.example.info"},
+        {"x.shop.example.info", "shop.example.info"},
+        {"192.168.1.10", "192.168.1.10"},
+        {"localhost", "localhost"},
+        {"example.com.", "example.com."},
+        {"..example.com", "example.com"},
+        {".www.example.com", "example.com"},
+        {"www.example.com:8080", "example.com:8080"},
+        {"file:///Users/a/page.html", std::nullopt},
+        {"see FILE:///Users/a/page.html", std::nullopt},
+        {"^abc", std::nullopt},
+        {"^", "^"},
+        {"", ""},
+        // One leading dot and one "www." only, in that order.
+        {"www.www.example.com", "example.com"},
+        {"www.www.de", "www.de"},
+        {"www..example.com", "example.com"},
+        {"..www.example.com", "example.com"},
+        {"..www.example.de", "www.example.de"},
+        {"www2.example.com", "example.com"},
+        // Letters and digits mixed are not numeric; digits only are.
+        {"x.y.a1", "x.y.a1"},
+        {"host.123", "host.123"},
+        {"a.b.c.123", "a.b.c.123"},
+        {"x.y.1a1", "y.1a1"},
+        // The last label is measured with its digits.
+        {"https_mail.example.co.uk_443", "example.co.uk_443"},
+        {"a.b.c.d", "b.c.d"},
+        {"b.c", "b.c"},
+        {"scheme://example.com", "scheme://example.com"},
+        {"scheme://www.example.com", "example.com"},
+        // Characters, not bytes, are counted.
+        {"shop.example.\xC3\xA9t\xC3\xA9", "example.\xC3\xA9t\xC3\xA9"},
+    };
+    for (const SiteCase& c : cases) {
+        EXPECT_EQ(WorkerExtras::siteWithDomainName(c.host), c.site) << "host: " << c.host;
+    }
+}
+
+// Whether the rules make a second pass a no-op for this result: a result
+// that still begins with "." or "www." loses it again, and one of two or
+// more characters beginning with "^" is then rejected.
+bool isStable(const std::string& site) {
+    return !site.starts_with('.') && !site.starts_with("www.") && !(site.size() >= 2 && site.front() == '^');
+}
+
+TEST(SiteWithDomainNameTest, RandomHostsGiveALowerCaseTailAndAreStable) {
+    constexpr std::string_view kPieces[] = {".", ".", "www.", "WWW", "w", "a", "B", "1", "42", "com", "co",
+                                            "uk", "^", "file:///", ":", "/", "\xC3\xA9", "\xD9\xA3", "-", ""};
+    std::mt19937 random(20240601);
+    std::uniform_int_distribution<std::size_t> piece(0, std::size(kPieces) - 1);
+    std::uniform_int_distribution<int> length(0, 12);
+    for (int round = 0; round < 20000; ++round) {
+        std::string host;
+        for (int i = length(random); i > 0; --i) host += kPieces[piece(random)];
+        std::optional<std::string> site = WorkerExtras::siteWithDomainName(host);
+        std::string lower = host;
+        for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        if (!site) {
+            EXPECT_TRUE(lower.find("file:///") != std::string::npos || (lower.size() >= 2 && lower[0] == '^'))
+                << "host: " << host;
+            continue;
+        }
+        EXPECT_TRUE(lower.ends_with(*site)) << "host: " << host;
+        if (isStable(*site)) {
+            EXPECT_EQ(WorkerExtras::siteWithDomainName(*site), site) << "host: " << host;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace tasselby
