@@ -1,0 +1,196 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <set>
+
+#include "app/names.h"
+#include "integration/worker_run.h"
+#include "platform/linux_platform.h"
+
+namespace tasselby::testing {
+namespace {
+
+constexpr const char* kSafariReport =
+    "0 Cookies (0 Tracking Cookies), 0 Databases, 0 Flash, 0 Silverlight, and Cache removed from Safari";
+
+// Everything under the home's Library, to show that a run removed nothing.
+std::set<std::string> libraryFiles(const SampleHome& home) {
+    std::set<std::string> files;
+    std::error_code error;
+    for (auto it = std::filesystem::recursive_directory_iterator(home.path("Library"), error);
+         !error && it != std::filesystem::recursive_directory_iterator(); it.increment(error)) {
+        files.insert(it->path().string());
+    }
+    return files;
+}
+
+// A home with browser data that a cleaning run would have reason to touch.
+void writeBrowserData(const SampleHome& home) {
+    home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}});
+    home.writeFile(std::string(kChromeRoot) + "/Default/Cookies", "not really a database");
+    home.writeFile("Library/Caches/com.apple.Safari/Cache.db", "cache");
+    home.writeFile("Library/Safari/LocalStorage/http_example.com_0.localstorage", "storage");
+}
+
+TEST(RunCycle, ReportIsPostedOnceWithTheTitleAsSummary) {
+    WorkerRun run;
+    run.home().writeSuitePreferences({{kDisplayNotifications, true}});
+    WorkerResult result = run.run({kSafari});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardError, "");
+    ASSERT_EQ(result.notifications.size(), 1u);
+    const PostedNotification& posted = result.notifications.front();
+    EXPECT_EQ(posted.summary, "Tasselby");
+    EXPECT_EQ(posted.body, kSafariReport);
+    EXPECT_EQ(posted.appName, "Tasselby");
+    EXPECT_TRUE(posted.actions.empty());
+}
+
+TEST(RunCycle, FirstArgumentNamingABrowserChoosesTheRun) {
+    WorkerRun run;
+    run.home().writeSuitePreferences({{kDisplayNotifications, true}});
+    WorkerResult result = run.run({"-x", kFirefox, kSafari});
+    EXPECT_EQ(result.exitStatus, 0);
+    ASSERT_EQ(result.notifications.size(), 1u);
+    EXPECT_EQ(result.notifications.front().body,
+              "0 Cookies (0 Tracking Cookies), 0 Databases, 0 Flash, 0 Silverlight, and Cache removed from Firefox");
+}
+
+// How "displayNotifications" reaches the worker: which property lists hold
+// it, in which form, and whether a Safari run then posts its report.
+struct PreferenceCase {
+    const char* name;
+    std::function<void(const SampleHome&)> write;
+    bool posts;
+};
+
+class NotificationPreference : public ::testing::TestWithParam<PreferenceCase> {};
+
+TEST_P(NotificationPreference, DecidesWhetherTheReportIsPosted) {
+    WorkerRun run;
+    GetParam().write(run.home());
+    WorkerResult result = run.run({kSafari});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardError, "");
+    if (GetParam().posts) {
+        ASSERT_EQ(result.notifications.size(), 1u);
+        EXPECT_EQ(result.notifications.front().body, kSafariReport);
+    } else {
+        EXPECT_TRUE(result.notifications.empty());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    RunCycle, NotificationPreference,
+    ::testing::Values(
+        PreferenceCase{"Absent", [](const SampleHome& home) { home.writeSuitePreferences({{kRemoveAll, true}}); },
+                       false},
+        PreferenceCase{"False",
+                       [](const SampleHome& home) { home.writeSuitePreferences({{kDisplayNotifications, false}}); },
+                       false},
+        PreferenceCase{"IntegerOne",
+                       [](const SampleHome& home) {
+                           home.writePreferences(kSuiteName, {{kDisplayNotifications, PreferenceValue::integer(1)}});
+                       },
+                       true},
+        PreferenceCase{"IntegerTwo",
+                       [](const SampleHome& home) {
+                           home.writePreferences(kSuiteName, {{kDisplayNotifications, PreferenceValue::integer(2)}});
+                       },
+                       false},
+        PreferenceCase{"XmlPropertyList",
+                       [](const SampleHome& home) {
+                           home.writePreferences(kSuiteName, {{kDisplayNotifications, PreferenceValue::boolean(true)}},
+                                                 PlistFormat::Xml);
+                       },
+                       true},
+        PreferenceCase{"WorkerDomainYesBeforeSuiteNo",
+                       [](const SampleHome& home) {
+                           home.writeSuitePreferences({{kDisplayNotifications, false}});
+                           home.writePreferences(kWorkerDomain,
+                                                 {{kDisplayNotifications, PreferenceValue::boolean(true)}});
+                       },
+                       true},
+        PreferenceCase{"WorkerDomainNoBeforeSuiteYes",
+                       [](const SampleHome& home) {
+                           home.writeSuitePreferences({{kDisplayNotifications, true}});
+                           home.writePreferences(kWorkerDomain,
+                                                 {{kDisplayNotifications, PreferenceValue::boolean(false)}});
+                       },
+                       false}),
+    [](const ::testing::TestParamInfo<PreferenceCase>& preference) { return std::string(preference.param.name); });
+
+// Arguments with which the worker must exit at once, clean nothing and post
+// nothing, although notifications are on and there is data to clean.
+class NoRun : public ::testing::TestWithParam<std::vector<std::string>> {};
+
+TEST_P(NoRun, ExitsWithoutCleaningOrPosting) {
+    WorkerRun run;
+    run.home().writeSuitePreferences({{kDisplayNotifications, true}, {kRemoveAll, true}});
+    writeBrowserData(run.home());
+    std::set<std::string> before = libraryFiles(run.home());
+    WorkerResult result = run.run(GetParam());
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardError, "");
+    EXPECT_TRUE(result.notifications.empty());
+    EXPECT_EQ(libraryFiles(run.home()), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(RunCycle, NoRun,
+                         ::testing::Values(std::vector<std::string>{}, std::vector<std::string>{"safari"},
+                                           std::vector<std::string>{"Chrome", "--home=Safari"}));
+
+class InformationOption : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(InformationOption, PrintsOnStandardOutputAndCleansNothing) {
+    WorkerRun run;
+    run.home().writeSuitePreferences({{kDisplayNotifications, true}, {kRemoveAll, true}});
+    writeBrowserData(run.home());
+    std::set<std::string> before = libraryFiles(run.home());
+    WorkerResult result = run.run({GetParam(), kGoogleChrome, kSafari});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_NE(result.standardOutput.find("tasselby-worker"), std::string::npos) << result.standardOutput;
+    EXPECT_EQ(result.standardError, "");
+    EXPECT_TRUE(result.notifications.empty());
+    EXPECT_EQ(libraryFiles(run.home()), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(RunCycle, InformationOption, ::testing::Values("--help", "--version"),
+                         [](const ::testing::TestParamInfo<const char*>& option) {
+                             return std::string(option.param + 2);  // without the dashes
+                         });
+
+TEST(RunCycle, MissingNotificationServiceIsNoFailure) {
+    WorkerRun run;
+    run.home().writeSuitePreferences({{kDisplayNotifications, true}});
+    WorkerResult result = run.withoutNotificationService().monitorBus().run({kSafari});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardOutput, "");
+    EXPECT_EQ(result.standardError, "");
+    // The worker did try, and the bus refused at once instead of starting a service.
+    EXPECT_NE(result.busLog.find("org.freedesktop.DBus.Error.ServiceUnknown"), std::string::npos);
+}
+
+TEST(RunCycle, RunsBesideASeededLockedKeyring) {
+    KeychainItem web;
+    web.server = "www.example.com";
+    KeychainItem mail;
+    mail.server = "mail.example.org";
+    mail.port = "8443";
+    WorkerRun run;
+    run.home().writeSuitePreferences({{kDisplayNotifications, true}});
+    WorkerResult result =
+        run.withKeyring({web, mail})
+            .withLockedKeyring()
+            .monitorBus()
+            .run({kSafari});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.notifications.size(), 1u);
+    EXPECT_TRUE(run.home().exists(".local/share/keyrings/login.keyring")) << "the keyring lives in the home";
+    EXPECT_NE(result.busLog.find("mail.example.org"), std::string::npos) << "items are stored before the run";
+    EXPECT_NE(result.busLog.find("member=Lock"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tasselby::testing
