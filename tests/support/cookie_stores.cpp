@@ -189,6 +189,18 @@ constexpr unsigned char kDefaultPolicy[] = {
 
 }  // namespace
 
+std::vector<StoredCookie> exampleCookies() {
+    return {
+        {".news.example.net", "__utma"}, {"www.shop.example.de", "NID"},    {".ads.example.io", "UID_x"},
+        {".news.example.net", "session"}, {"forum.example.org", "theme"},  {".mail.example.co.uk", "login"},
+        {"www.example.info", "csrf"},     {".video.example.com", "volume"}, {".video.example.com", "quality"},
+        {"blog.example.org", "draft"},    {".kept.com", "prefs"},           {"www.favourite.org", "lang"},
+        {"shop.kept.com", "cart"},        {".kept.com", "__utmz"},          {"www.favourite.org", "IDE"},
+    };
+}
+
+std::vector<std::string> exampleKeptSites() { return {"kept.com", "favourite.org"}; }
+
 std::int64_t chromiumCreationTime(std::size_t index) { return 13300000000000000 + static_cast<std::int64_t>(index); }
 
 void writeChromiumCookies(const std::string& path, ChromiumCookieSchema schema,

@@ -16,6 +16,13 @@ struct StoredCookie {
     std::string path = "/";
 };
 
+// Ten cookies of sites that are not kept (three with tracking names) and
+// five of kept sites (two with tracking names): with the keep list below,
+// 15 cookies and 5 tracking cookies are counted and 12 cookies go. The kept
+// sites' ordinary cookies are named "prefs", "lang" and "cart".
+std::vector<StoredCookie> exampleCookies();
+std::vector<std::string> exampleKeptSites();
+
 // Chromium "Cookies" layouts: meta version 4 (2009-2011) and 20 (2023), each
 // with its meta table and indexes as the browser creates them.
 enum class ChromiumCookieSchema { Version4, Version20 };
