@@ -60,4 +60,35 @@ std::optional<std::string> WorkerExtras::siteWithDomainName(const std::string& h
     return stringWithFormat("%@.%@.%@", {labels[n - 3], labels[n - 2], last});
 }
 
+std::optional<std::vector<KeychainAttributes>> WorkerExtras::allAccounts(Platform& platform) {
+    return accountsForService(platform, std::nullopt, nullptr);
+}
+
+std::optional<std::vector<KeychainAttributes>> WorkerExtras::allAccounts(Platform& platform,
+                                                                         std::optional<KeychainError>* error) {
+    return accountsForService(platform, std::nullopt, error);
+}
+
+std::optional<std::vector<KeychainAttributes>> WorkerExtras::accountsForService(
+    Platform& platform, const std::optional<std::string>& service, std::optional<KeychainError>* error) {
+    KeychainQuery query = _queryForService(service, std::nullopt);
+    query.returnAttributes = true;
+    query.matchLimitAll = true;
+    KeychainSearchResult result = platform.copyMatching(query);
+    if (result.status != kErrSecSuccess && error != nullptr) {
+        *error = KeychainError{kKeychainErrorDomain, result.status};
+        return std::nullopt;
+    }
+    return std::move(result.items);
+}
+
+KeychainQuery WorkerExtras::_queryForService(const std::optional<std::string>& service,
+                                             const std::optional<std::string>& account) {
+    KeychainQuery query;
+    query.itemClass = kSecClassInternetPassword;
+    query.service = service;
+    query.account = account;
+    return query;
+}
+
 }  // namespace tasselby

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <random>
+
+#include "platform/fake_platform.h"
 #include <string_view>
 
 namespace tasselby {
@@ -93,6 +95,45 @@ TEST(SiteWithDomainNameTest, RandomHostsGiveALowerCaseTailAndAreStable) {
             EXPECT_EQ(WorkerExtras::siteWithDomainName(*site), site) << "host: " << host;
         }
     }
+}
+
+TEST(KeychainLookupTest, QueryAsksForInternetPasswordsOfTheGivenServiceAndAccount) {
+    KeychainQuery all = WorkerExtras::_queryForService(std::nullopt, std::nullopt);
+    EXPECT_EQ(all.itemClass, kSecClassInternetPassword);
+    EXPECT_FALSE(all.service);
+    EXPECT_FALSE(all.account);
+    EXPECT_FALSE(all.returnAttributes);
+    EXPECT_FALSE(all.matchLimitAll);
+    KeychainQuery narrow = WorkerExtras::_queryForService("mail.example.com", "alice");
+    EXPECT_EQ(narrow.service, "mail.example.com");
+    EXPECT_EQ(narrow.account, "alice");
+}
+
+TEST(KeychainLookupTest, FailedSearchFillsTheErrorPlaceOnlyWhenGiven) {
+    FakePlatform platform("/nonexistent");
+    std::optional<KeychainError> error;
+    EXPECT_FALSE(WorkerExtras::accountsForService(platform, "example.com", &error));
+    EXPECT_EQ(error, (KeychainError{"com.marrowgatestudios.Tasselby", kErrSecItemNotFound}));
+    EXPECT_EQ(platform.keychainQueries.back().service, "example.com");
+
+    platform.keychainStatus = -25291;
+    EXPECT_FALSE(WorkerExtras::allAccounts(platform));
+    EXPECT_FALSE(WorkerExtras::allAccounts(platform, &error));
+    EXPECT_EQ(error->code, -25291);
+}
+
+TEST(KeychainLookupTest, SuccessfulSearchAnswersEveryItemsAttributes) {
+    FakePlatform platform("/nonexistent");
+    platform.keychainItems = {{{"srvr", "a.example.com"}, {"atyp", "form"}}, {{"srvr", "b.example.org"}}};
+    std::optional<KeychainError> error;
+    auto accounts = WorkerExtras::allAccounts(platform, &error);
+    ASSERT_TRUE(accounts);
+    EXPECT_EQ(*accounts, platform.keychainItems);
+    EXPECT_FALSE(error);
+    const KeychainQuery& query = platform.keychainQueries.back();
+    EXPECT_FALSE(query.service);
+    EXPECT_TRUE(query.returnAttributes);
+    EXPECT_TRUE(query.matchLimitAll);
 }
 
 }  // namespace

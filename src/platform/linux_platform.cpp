@@ -47,10 +47,6 @@ std::string LinuxPlatform::localizedString(const std::string& key, const std::st
     return value.empty() ? key : value;
 }
 
-KeychainSearchResult LinuxPlatform::copyMatching(const KeychainQuery&) {
-    return {kErrSecItemNotFound, std::nullopt};
-}
-
 HttpCookieStorage& LinuxPlatform::sharedHTTPCookieStorage() { return *cookieStorage_; }
 
 std::string LinuxPlatform::systemPath(const std::string& absolutePath) {

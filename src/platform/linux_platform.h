@@ -8,6 +8,7 @@
 #include "platform/desktop_notification_center.h"
 #include "platform/platform.h"
 #include "platform/property_list_defaults.h"
+#include "platform/secret_service_keychain.h"
 
 namespace tasselby {
 
@@ -34,7 +35,7 @@ public:
     std::string localizedString(const std::string& key, const std::string& value) override;
 
     UserNotificationCenter& defaultUserNotificationCenter() override { return notifications_; }
-    KeychainSearchResult copyMatching(const KeychainQuery& query) override;
+    KeychainSearchResult copyMatching(const KeychainQuery& query) override { return keychain_.copyMatching(query); }
     HttpCookieStorage& sharedHTTPCookieStorage() override;
 
     std::string homeDirectory() override { return home_; }
@@ -61,6 +62,7 @@ private:
     std::string systemRoot_;
     PropertyListDefaults defaults_;
     DesktopNotificationCenter notifications_;
+    SecretServiceKeychain keychain_;
     std::unique_ptr<HttpCookieStorage> cookieStorage_;
 };
 

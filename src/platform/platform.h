@@ -68,6 +68,13 @@ inline constexpr const char* kSecClassInternetPassword = "inet";
 inline constexpr std::int32_t kErrSecSuccess = 0;
 inline constexpr std::int32_t kErrSecItemNotFound = -25300;
 
+// The keychain's four-letter attribute codes that a search answers.
+inline constexpr const char* kSecAttrServer = "srvr";
+inline constexpr const char* kSecAttrAuthenticationType = "atyp";
+inline constexpr const char* kSecAttrProtocol = "ptcl";
+inline constexpr const char* kSecAttrAccount = "acct";
+inline constexpr const char* kSecAttrPort = "port";
+
 // One cookie of the shared HTTP cookie storage.
 struct HttpCookie {
     std::string name;

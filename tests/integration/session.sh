@@ -12,7 +12,9 @@
 # standard input closed. Into the --out folder (made if missing) go:
 #   stdout, stderr, status     what COMMAND printed and its exit status
 #   notifications.json         the Notify calls the notification service got
-#   bus.log                    the bus traffic, with --monitor
+#   bus.log                    the bus traffic, with --monitor; the signal
+#                              org.tasselby.Session.CommandStarting marks where
+#                              COMMAND's own traffic begins
 #   services.log               what the started services printed
 # ITEMS is a file of keyring items, one a line, fields separated by the
 # character 0x1f: server, authtype, protocol, user, port (empty fields are left out).
@@ -144,6 +146,11 @@ if [[ -n $keyring ]]; then
         timeout "$kServiceWait" gdbus call --session --dest "$kSecrets" --object-path /org/freedesktop/secrets \
             --method org.freedesktop.Secret.Service.Lock "['$kLoginCollection']" >>"$out/services.log"
     fi
+fi
+
+if ((monitor)); then
+    # Marks where the command's own traffic begins in bus.log.
+    gdbus emit --session --object-path /org/tasselby/Session --signal org.tasselby.Session.CommandStarting >/dev/null
 fi
 
 set +e

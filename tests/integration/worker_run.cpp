@@ -24,6 +24,8 @@ constexpr const char* kSessionLimitSeconds = "180";
 // Under the working folder: what the session script leaves for us to read.
 constexpr const char* kSessionFolder = ".session";
 constexpr char kFieldSeparator = '\x1f';
+// The signal the session sends just before it starts the command.
+constexpr const char* kCommandStartMarker = "CommandStarting";
 
 void writeKeyringItems(const std::string& path, const std::vector<KeychainItem>& items) {
     std::ofstream out(path, std::ios::trunc);
@@ -93,6 +95,12 @@ WorkerRun& WorkerRun::monitorBus() {
 }
 
 WorkerResult WorkerRun::run(const std::vector<std::string>& arguments) {
+    std::vector<std::string> command = {TASSELBY_WORKER};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return runProgram(command);
+}
+
+WorkerResult WorkerRun::runProgram(const std::vector<std::string>& program) {
     const SampleHome session{workFolder_ / kSessionFolder};
     std::error_code ignored;
     fs::remove_all(session.root(), ignored);  // a second run starts afresh
@@ -110,8 +118,7 @@ WorkerResult WorkerRun::run(const std::vector<std::string>& arguments) {
     if (lockKeyring_) command.push_back("--lock-keyring");
     if (monitor_) command.push_back("--monitor");
     command.push_back("--");
-    command.push_back(TASSELBY_WORKER);
-    command.insert(command.end(), arguments.begin(), arguments.end());
+    command.insert(command.end(), program.begin(), program.end());
 
     int status = spawnAndWait(command, session.path("session.log"));
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || !session.exists("status")) {
@@ -123,7 +130,11 @@ WorkerResult WorkerRun::run(const std::vector<std::string>& arguments) {
     result.standardOutput = session.read("stdout");
     result.standardError = session.read("stderr");
     result.notifications = parseNotifications(session.read("notifications.json"));
-    if (monitor_) result.busLog = session.read("bus.log");
+    if (monitor_) {
+        result.busLog = session.read("bus.log");
+        std::size_t start = result.busLog.find(kCommandStartMarker);
+        if (start != std::string::npos) result.commandBusLog = result.busLog.substr(start);
+    }
     return result;
 }
 

@@ -31,6 +31,7 @@ struct WorkerResult {
     std::string standardError;
     std::vector<PostedNotification> notifications;
     std::string busLog;  // what dbus-monitor saw, when asked for
+    std::string commandBusLog;  // the part of busLog from the command's start on
 };
 
 // One run of the built worker, in its own throwaway HOME and working folder,
@@ -56,6 +57,9 @@ public:
 
     // Runs the worker with these arguments after argument 0, standard input closed.
     WorkerResult run(const std::vector<std::string>& arguments);
+    // Runs another program (path and arguments) in the worker's place, for
+    // tests that look at one part of the worker inside the session.
+    WorkerResult runProgram(const std::vector<std::string>& command);
 
 private:
     TemporaryFolder homeFolder_{"tasselby-home"};

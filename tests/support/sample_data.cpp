@@ -1,6 +1,7 @@
 #include "support/sample_data.h"
 
 #include "app/names.h"
+#include "support/password_stores.h"
 
 namespace tasselby::testing {
 
@@ -8,6 +9,7 @@ void buildSampleHome(const SampleHome& home) {
     home.writeSuitePreferences({{kDisplayNotifications, true}});
     home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}});
     home.writeLocalState(kChromiumRoot, {{"Default", "Person 1"}});
+    writeFirefoxLogins(home, "k3x9ab2q.default", {"https://www.example.com", "https://accounts.example.org"});
 }
 
 }  // namespace tasselby::testing

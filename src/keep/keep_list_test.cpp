@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "app/worker_app_delegate.h"
+#include "platform/fake_platform.h"
+#include "support/password_stores.h"
+#include "support/sample_home.h"
+
+namespace tasselby {
+namespace {
+
+using testing::kFirefoxProfilesRoot;
+
+KeepList sorted(KeepList list) {
+    std::sort(list.begin(), list.end());
+    return list;
+}
+
+class KeepListTest : public ::testing::Test {
+protected:
+    testing::TemporaryFolder folder{"tasselby-keep"};
+    testing::SampleHome home{folder.path()};
+    FakePlatform platform{folder.path()};
+    WorkerAppDelegate delegate{platform};
+};
+
+TEST_F(KeepListTest, KeychainKeepsFormPasswordSitesOnce) {
+    platform.keychainItems = {
+        {{"srvr", "www.example.com"}, {"atyp", "form"}, {"ptcl", "htps"}},
+        {{"srvr", "mail.example.com"}, {"atyp", "form"}},
+        {{"srvr", "news.example.co.uk"}, {"atyp", "form"}},
+        {{"srvr", "printer.local"}, {"atyp", "form"}},
+        {{"srvr", "localhost"}, {"atyp", "form"}},
+        {{"srvr", "www.localhost"}, {"atyp", "form"}},
+        {{"srvr", "a.b.certificate"}, {"atyp", "form"}},
+        {{"srvr", "example.org"}, {"atyp", "http"}},
+        {{"srvr", "example.net"}},
+        {{"srvr", "file:///Users/a/page.html"}, {"atyp", "form"}},
+        {{"srvr", "^abc"}, {"atyp", "form"}},
+        {{"atyp", "form"}, {"acct", "alice"}},
+        {{"srvr", "shop.example.info"}, {"atyp", "Form"}},
+    };
+    EXPECT_EQ(sorted(delegate.getSmartFavouritesArray()), (KeepList{"example.co.uk", "example.com"}));
+    ASSERT_EQ(platform.keychainQueries.size(), 1u);
+    const KeychainQuery& query = platform.keychainQueries.front();
+    EXPECT_EQ(query.itemClass, kSecClassInternetPassword);
+    EXPECT_FALSE(query.service);
+    EXPECT_FALSE(query.account);
+    EXPECT_TRUE(query.returnAttributes);
+    EXPECT_TRUE(query.matchLimitAll);
+}
+
+TEST_F(KeepListTest, FailedKeychainSearchKeepsNothing) {
+    platform.keychainItems = {{{"srvr", "www.example.com"}, {"atyp", "form"}}};
+    platform.keychainStatus = -25291;
+    EXPECT_TRUE(delegate.getSmartFavouritesArray().empty());
+    platform.keychainStatus = kErrSecSuccess;
+    platform.keychainItems.clear();
+    EXPECT_TRUE(delegate.getSmartFavouritesArray().empty());
+}
+
+TEST_F(KeepListTest, FirefoxKeepsLoginSitesOfEveryProfileOnce) {
+    testing::writeFirefoxLogins(home, "a1b2.default", {"https://www.example.com", "https://mail.example.com",
+                                                        "http://printer.local", "https://example.com"});
+    testing::writeFirefoxLogins(home, "c3d4.work", {"https://www.example.com", "https://news.example.co.uk"});
+    // No filter on local names here, and the scheme stays part of the first label.
+    EXPECT_EQ(sorted(delegate.getFirefoxSmartFavouritesArray()),
+              (KeepList{"example.co.uk", "example.com", "http://printer.local", "https://example.com"}));
+    EXPECT_TRUE(platform.keychainQueries.empty());
+}
+
+TEST_F(KeepListTest, FirefoxSkipsLinkedFilesAndUnreadableProfiles) {
+    testing::writeFirefoxLogins(home, "good", {"https://www.example.com"});
+    // A profile reached through a link is not read.
+    testing::TemporaryFolder elsewhere{"tasselby-elsewhere"};
+    testing::SampleHome other{elsewhere.path()};
+    testing::writeFirefoxLogins(other, "linked", {"https://www.linked.org"});
+    std::filesystem::create_directory_symlink(other.path(std::string(kFirefoxProfilesRoot) + "/linked"),
+                                              home.path(std::string(kFirefoxProfilesRoot) + "/linked"));
+    testing::writeFirefoxSignonsWithoutLogins(home, "damaged");
+    home.makeFolder(std::string(kFirefoxProfilesRoot) + "/empty");
+    home.writeFile(std::string(kFirefoxProfilesRoot) + "/profiles.ini", "[General]\n");
+    home.writeFile(std::string(kFirefoxProfilesRoot) + "/garbage/signons.sqlite", "not a database at all\n");
+
+    EXPECT_EQ(delegate.getFirefoxSmartFavouritesArray(), KeepList{"example.com"});
+    EXPECT_FALSE(home.exists(std::string(kFirefoxProfilesRoot) + "/empty/signons.sqlite"))
+        << "a missing store is not created by opening it";
+}
+
+TEST_F(KeepListTest, FirefoxWithoutProfilesKeepsNothing) {
+    EXPECT_TRUE(delegate.getFirefoxSmartFavouritesArray().empty());
+}
+
+TEST_F(KeepListTest, RunBuildsTheListFromTheBrowsersOwnSource) {
+    platform.keychainItems = {{{"srvr", "www.example.com"}, {"atyp", "form"}}};
+    for (const char* browser : {"Safari", "Google Chrome", "Opera", "WebKit"}) {
+        platform.keychainQueries.clear();
+        EXPECT_THROW(delegate.clearData(browser), FakePlatform::Terminated);
+        EXPECT_EQ(platform.keychainQueries.size(), 1u) << browser;
+    }
+    platform.keychainQueries.clear();
+    EXPECT_THROW(delegate.clearData("Firefox"), FakePlatform::Terminated);
+    EXPECT_TRUE(platform.keychainQueries.empty()) << "Firefox keeps the sites of its own logins";
+}
+
+}  // namespace
+}  // namespace tasselby

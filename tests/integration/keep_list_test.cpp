@@ -1,0 +1,140 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <sstream>
+
+#include "app/names.h"
+#include "app/worker_app_delegate.h"
+#include "integration/worker_run.h"
+#include "keep/worker_extras.h"
+#include "platform/linux_platform.h"
+#include "platform/secret_service_keychain.h"
+
+namespace tasselby::testing {
+namespace {
+
+constexpr const char* kStatusLine = "status: ";
+constexpr const char* kItemLine = "item:";
+constexpr const char* kKeepLine = "keep: ";
+constexpr const char* kProbe = "KeepListProbe.DISABLED_PrintsTheKeychainAndItsKeepList";
+
+// Run inside a session by the tests below (disabled otherwise): prints what
+// the worker's keychain search answers there, one item a line, and the keep
+// list built from it.
+TEST(KeepListProbe, DISABLED_PrintsTheKeychainAndItsKeepList) {
+    LinuxPlatform platform{CommandLine{}};
+    std::optional<KeychainError> error;
+    std::optional<std::vector<KeychainAttributes>> items = WorkerExtras::allAccounts(platform, &error);
+    std::cout << kStatusLine << (error ? error->code : 0) << '\n';
+    for (const KeychainAttributes& item : items.value_or(std::vector<KeychainAttributes>{})) {
+        std::cout << kItemLine;
+        for (const auto& [code, value] : item) std::cout << ' ' << code << '=' << value;
+        std::cout << '\n';
+    }
+    WorkerAppDelegate delegate(platform);
+    for (const std::string& site : delegate.getSmartFavouritesArray()) std::cout << kKeepLine << site << '\n';
+}
+
+struct ProbeOutput {
+    long status = 1;
+    std::vector<std::string> items;
+    std::vector<std::string> keep;
+    std::string busLog;      // from the probe's start on
+    std::string sessionLog;  // the whole session, the keyring's seeding included
+};
+
+ProbeOutput runProbe(WorkerRun& run) {
+    const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
+    WorkerResult result =
+        run.runProgram({self, "--gtest_also_run_disabled_tests", std::string("--gtest_filter=") + kProbe});
+    EXPECT_EQ(result.exitStatus, 0) << result.standardOutput << result.standardError;
+    ProbeOutput output;
+    std::istringstream lines(result.standardOutput);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with(kStatusLine)) output.status = std::stol(line.substr(std::string(kStatusLine).size()));
+        if (line.starts_with(kItemLine)) output.items.push_back(line.substr(std::string(kItemLine).size()));
+        if (line.starts_with(kKeepLine)) output.keep.push_back(line.substr(std::string(kKeepLine).size()));
+    }
+    output.busLog = result.commandBusLog;
+    output.sessionLog = result.busLog;
+    return output;
+}
+
+// Server, authentication type, protocol, user, port.
+const std::vector<KeychainItem> kSavedPasswords = {
+    {"www.example.com", "form", "https", "alice", ""},
+    {"mail.example.com", "form", "imap", "bob", "993"},
+    {"printer.local", "form", "http", "alice", ""},
+    {"example.org", "basic", "https", "alice", ""},
+};
+
+// Whether any message of the bus log asked for a secret to be handed over.
+bool secretRequested(const std::string& busLog) {
+    return busLog.find("member=OpenSession") != std::string::npos ||
+           busLog.find("member=GetSecret") != std::string::npos;
+}
+
+TEST(KeepListInSession, FormPasswordsOfTheKeyringGiveTheirSites) {
+    WorkerRun run;
+    run.withKeyring(kSavedPasswords).monitorBus();
+    ProbeOutput output = runProbe(run);
+    EXPECT_EQ(output.status, kErrSecSuccess);
+    EXPECT_EQ(output.keep, std::vector<std::string>{"example.com"});
+    std::sort(output.items.begin(), output.items.end());
+    EXPECT_EQ(output.items, (std::vector<std::string>{
+                                " acct=alice atyp=basic ptcl=https srvr=example.org",
+                                " acct=alice atyp=form ptcl=http srvr=printer.local",
+                                " acct=alice atyp=form ptcl=https srvr=www.example.com",
+                                " acct=bob atyp=form port=993 ptcl=imap srvr=mail.example.com",
+                            }));
+    EXPECT_NE(output.busLog.find("member=SearchItems"), std::string::npos) << "the search crossed the bus";
+    EXPECT_FALSE(secretRequested(output.busLog)) << output.busLog;
+    EXPECT_TRUE(secretRequested(output.sessionLog)) << "storing the items handed their secrets over";
+}
+
+TEST(KeepListInSession, LockedKeyringShowsNoItems) {
+    WorkerRun run;
+    run.withKeyring(kSavedPasswords).withLockedKeyring().monitorBus();
+    ProbeOutput output = runProbe(run);
+    EXPECT_EQ(output.status, kErrSecItemNotFound);
+    EXPECT_TRUE(output.items.empty());
+    EXPECT_TRUE(output.keep.empty());
+    EXPECT_FALSE(secretRequested(output.busLog)) << "nothing asks to unlock or read a secret";
+    EXPECT_EQ(output.busLog.find("member=Unlock"), std::string::npos);
+}
+
+TEST(KeepListInSession, NoKeyringServiceGivesNoList) {
+    WorkerRun run;
+    ProbeOutput output = runProbe(run);
+    EXPECT_EQ(output.status, kErrSecNotAvailable);
+    EXPECT_TRUE(output.items.empty());
+    EXPECT_TRUE(output.keep.empty());
+}
+
+TEST(KeepListInSession, RunAsksTheKeyringUnlessEverythingIsRemoved) {
+    for (bool removeAll : {false, true}) {
+        WorkerRun run;
+        run.home().writeSuitePreferences({{kRemoveAll, removeAll}});
+        run.withKeyring(kSavedPasswords).monitorBus();
+        WorkerResult result = run.run({kSafari});
+        EXPECT_EQ(result.exitStatus, 0);
+        ASSERT_NE(result.commandBusLog, "");
+        const bool keyringAsked = result.commandBusLog.find("org.freedesktop.Secret") != std::string::npos;
+        EXPECT_EQ(keyringAsked, !removeAll) << "removeAll " << removeAll;
+        EXPECT_FALSE(secretRequested(result.commandBusLog));
+    }
+}
+
+TEST(KeepListInSession, FirefoxRunLeavesTheKeyringAlone) {
+    WorkerRun run;
+    run.withKeyring(kSavedPasswords).monitorBus();
+    WorkerResult result = run.run({kFirefox});
+    EXPECT_EQ(result.exitStatus, 0);
+    ASSERT_NE(result.commandBusLog, "");
+    EXPECT_EQ(result.commandBusLog.find("org.freedesktop.Secret"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tasselby::testing
