@@ -96,7 +96,7 @@ TEST_F(KeepListTest, FirefoxWithoutProfilesKeepsNothing) {
 TEST_F(KeepListTest, RunBuildsTheListFromTheBrowsersOwnSource) {
     platform.keychainItems = {{{"srvr", "www.example.com"}, {"atyp", "form"}}};
     // Chrome's cookie cleaning needs the profile list; without it the run stops.
-    home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}});
+    home.writeLocalState(testing::kChromeRoot, {{"Default", "Person 1"}});
     for (const char* browser : {"Safari", "Google Chrome", "Opera", "WebKit"}) {
         platform.keychainQueries.clear();
         EXPECT_THROW(delegate.clearData(browser), FakePlatform::Terminated);
