@@ -282,4 +282,27 @@ std::string BinaryCookieFileBuilder::bytes() const {
     return out;
 }
 
+void writeSampleCookieStores(const SampleHome& home) {
+    const std::vector<StoredCookie> cookies = exampleCookies();
+    const std::vector<std::optional<std::string>> certificates = {"kept.com", "www.kept.com", "example.net"};
+    const std::string chrome = kChromeRoot;
+    writeChromiumCookies(home.path(chrome + "/Default/Cookies"), ChromiumCookieSchema::Version20, cookies);
+    writeChromiumCookies(home.path(chrome + "/Profile 1/Cookies"), ChromiumCookieSchema::Version4, cookies);
+    writeOriginBoundCerts(home.path(chrome + "/Default/Origin Bound Certs"), certificates);
+    writeChromiumCookies(home.path(std::string(kChromiumRoot) + "/Default/Cookies"), ChromiumCookieSchema::Version20,
+                         cookies);
+    writeChromiumCookies(home.path(std::string(kOperaRoot) + "/Cookies"), ChromiumCookieSchema::Version4, cookies);
+    writeOriginBoundCerts(home.path(std::string(kOperaRoot) + "/Origin Bound Certs"), certificates);
+    writeMozillaCookies(home.path(std::string(kFirefoxProfiles) + "/sample.default/cookies.sqlite"),
+                        MozillaCookieSchema::Current, cookies);
+    writeMozillaCookies(home.path(std::string(kFirefoxProfiles) + "/old.profile/cookies.sqlite"),
+                        MozillaCookieSchema::Version4, cookies);
+    writeMozillaCookies(home.path(kCaminoCookies), MozillaCookieSchema::Version2, cookies);
+
+    std::vector<BinaryCookie> binary;
+    for (const StoredCookie& cookie : cookies) binary.emplace_back(*cookie.host, *cookie.name, cookie.path, cookie.value);
+    std::vector<BinaryCookie> first(binary.begin(), binary.begin() + 8), second(binary.begin() + 8, binary.end());
+    home.writeFile(kBinaryCookieFile, BinaryCookieFileBuilder().page(first).page(second).bytes());
+}
+
 }  // namespace tasselby::testing

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "support/sample_home.h"
+
 namespace tasselby::testing {
 
 // One cookie to store in a fixture database. A missing host or name is stored
@@ -78,6 +80,12 @@ public:
 private:
     std::vector<std::vector<BinaryCookie>> pages_;
 };
+
+// The example cookies in every browser's stores: Chrome's "Default" (current
+// layout) and "Profile 1" (old layout) with their certificates, Chromium,
+// Opera, two Firefox profiles, Camino and the shared cookie file. Chrome's
+// and Chromium's profile lists are written by the caller.
+void writeSampleCookieStores(const SampleHome& home);
 
 // Where the shared cookie storage's file lives, relative to the home.
 inline constexpr const char* kBinaryCookieFile = "Library/Cookies/Cookies.binarycookies";
