@@ -108,13 +108,7 @@ TEST_F(CookieInventoryTest, OperaReadsItsOneDatabase) {
 }
 
 TEST_F(CookieInventoryTest, SafariReadsTheSharedStorageAndWebKitNothing) {
-    for (const StoredCookie& stored : exampleCookies()) {
-        HttpCookie cookie;
-        cookie.domain = *stored.host;
-        cookie.name = *stored.name;
-        cookie.storageKey = platform.cookieStorage.stored.size();
-        platform.cookieStorage.stored.push_back(cookie);
-    }
+    storeExampleInSharedStorage();
     home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}});
     writeChromiumCookies(chromeCookies("Default"), ChromiumCookieSchema::Version20, exampleCookies());
 

@@ -64,13 +64,7 @@ TEST_F(CookieRemovalTest, RecordsWithoutAKeyAreSkipped) {
 }
 
 TEST_F(CookieRemovalTest, SafariDeletesFromTheSharedStorageAndWritesOnce) {
-    for (const StoredCookie& stored : exampleCookies()) {
-        HttpCookie cookie;
-        cookie.domain = *stored.host;
-        cookie.name = *stored.name;
-        cookie.storageKey = platform.cookieStorage.stored.size();
-        platform.cookieStorage.stored.push_back(cookie);
-    }
+    storeExampleInSharedStorage();
     home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}});
     writeOriginBoundCerts(chromeCerts("Default"), {"example.com"});
 

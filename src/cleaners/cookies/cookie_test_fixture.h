@@ -23,6 +23,16 @@ protected:
     std::string firefoxCookies(const std::string& profile) const {
         return home.path(std::string(kFirefoxProfiles) + "/" + profile + "/cookies.sqlite");
     }
+    // The example cookies, in order, in the fake shared storage.
+    void storeExampleInSharedStorage() {
+        for (const StoredCookie& stored : exampleCookies()) {
+            HttpCookie cookie;
+            cookie.domain = *stored.host;
+            cookie.name = *stored.name;
+            cookie.storageKey = platform.cookieStorage.stored.size();
+            platform.cookieStorage.stored.push_back(cookie);
+        }
+    }
     std::vector<std::string> names(const std::string& database, const std::string& table = "cookies") const {
         return queryColumn(database, "SELECT name FROM " + table + " ORDER BY name");
     }
