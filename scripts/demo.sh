@@ -16,7 +16,7 @@ cmake --build build -j"$(nproc)" --target tasselby-worker make_sample_home >/dev
 demo=$(mktemp -d "${TMPDIR:-/tmp}/tasselby-demo-XXXXXX")
 trap 'rm -rf "$demo"' EXIT
 mkdir -p "$demo/home" "$demo/work" "$demo/system"
-build/make_sample_home "$demo/home"
+build/make_sample_home "$demo/home" "$demo/system"
 
 # The home's files, leaving out the folders the session's own services use.
 listFiles() {

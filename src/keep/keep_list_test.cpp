@@ -95,7 +95,7 @@ TEST_F(KeepListTest, FirefoxWithoutProfilesKeepsNothing) {
 
 TEST_F(KeepListTest, RunBuildsTheListFromTheBrowsersOwnSource) {
     platform.keychainItems = {{{"srvr", "www.example.com"}, {"atyp", "form"}}};
-    // Chrome's cookie cleaning needs the profile list; without it the run stops.
+    // A Chrome run's cleaners need the browser's list of profiles.
     home.writeLocalState(testing::kChromeRoot, {{"Default", "Person 1"}});
     for (const char* browser : {"Safari", "Google Chrome", "Opera", "WebKit"}) {
         platform.keychainQueries.clear();

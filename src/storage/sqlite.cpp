@@ -66,7 +66,10 @@ void Sqlite::close() {
 
 std::int64_t Sqlite::errorCode() const { return sqlite3_errcode(db_); }
 
-std::string Sqlite::errorMessage() const { return textOf(reinterpret_cast<const unsigned char*>(sqlite3_errmsg(db_))); }
+std::string Sqlite::errorMessage() const {
+    const char* message = sqlite3_errmsg(db_);
+    return message == nullptr ? std::string() : std::string(message);
+}
 
 bool Sqlite::prepareSql(const std::string& sql, sqlite3_stmt** inStatament) {
     for (std::int64_t busy = 1;; ++busy) {

@@ -1,3 +1,4 @@
+#include <gio/gio.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,11 +20,11 @@ constexpr const char* kStatusLine = "status: ";
 constexpr const char* kItemLine = "item:";
 constexpr const char* kKeepLine = "keep: ";
 constexpr const char* kProbe = "KeepListProbe.DISABLED_PrintsTheKeychainAndItsKeepList";
+constexpr const char* kSilentServiceProbe = "KeepListProbe.DISABLED_PrintsTheKeychainBesideASilentService";
 
-// Run inside a session by the tests below (disabled otherwise): prints what
-// the worker's keychain search answers there, one item a line, and the keep
-// list built from it.
-TEST(KeepListProbe, DISABLED_PrintsTheKeychainAndItsKeepList) {
+// Prints what the worker's keychain search answers in this session, one item
+// a line, and the keep list built from it.
+void printKeychainAndKeepList() {
     LinuxPlatform platform{CommandLine{}};
     std::optional<KeychainError> error;
     std::optional<std::vector<KeychainAttributes>> items = WorkerExtras::allAccounts(platform, &error);
@@ -37,6 +38,62 @@ TEST(KeepListProbe, DISABLED_PrintsTheKeychainAndItsKeepList) {
     for (const std::string& site : delegate.getSmartFavouritesArray()) std::cout << kKeepLine << site << '\n';
 }
 
+// A keyring service that owns its name on the bus but never answers: calls
+// to its object wait for a main context that nobody runs.
+class SilentSecretService {
+public:
+    SilentSecretService() {
+        GError* error = nullptr;
+        gchar* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, &error);
+        connection_ = g_dbus_connection_new_for_address_sync(
+            address,
+            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+            nullptr, nullptr, &error);
+        g_free(address);
+        node_ = g_dbus_node_info_new_for_xml(kInterface, &error);
+        g_dbus_connection_register_object(connection_, kObjectPath, node_->interfaces[0], &kNeverAnswers, nullptr,
+                                          nullptr, &error);
+        GVariant* reply = g_dbus_connection_call_sync(
+            connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
+            g_variant_new("(su)", kServiceName, 0u), G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, &error);
+        EXPECT_NE(reply, nullptr) << (error != nullptr ? error->message : "");
+        if (reply != nullptr) g_variant_unref(reply);
+        if (error != nullptr) g_error_free(error);
+    }
+    ~SilentSecretService() {
+        g_dbus_node_info_unref(node_);
+        g_object_unref(connection_);
+    }
+    SilentSecretService(const SilentSecretService&) = delete;
+    SilentSecretService& operator=(const SilentSecretService&) = delete;
+
+private:
+    static constexpr const char* kServiceName = "org.freedesktop.secrets";
+    static constexpr const char* kObjectPath = "/org/freedesktop/secrets";
+    static constexpr const char* kInterface =
+        "<node><interface name='org.freedesktop.Secret.Service'>"
+        "<method name='SearchItems'><arg type='a{ss}' direction='in'/>"
+        "<arg type='ao' direction='out'/><arg type='ao' direction='out'/></method>"
+        "<property name='Collections' type='ao' access='read'/>"
+        "</interface></node>";
+    static constexpr GDBusInterfaceVTable kNeverAnswers = {
+        [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*, GVariant*,
+           GDBusMethodInvocation*, gpointer) {},
+        nullptr, nullptr, {}};
+
+    GDBusConnection* connection_ = nullptr;
+    GDBusNodeInfo* node_ = nullptr;
+};
+
+// Run inside a session by the tests below (disabled otherwise).
+TEST(KeepListProbe, DISABLED_PrintsTheKeychainAndItsKeepList) { printKeychainAndKeepList(); }
+
+TEST(KeepListProbe, DISABLED_PrintsTheKeychainBesideASilentService) {
+    SilentSecretService silent;
+    printKeychainAndKeepList();
+}
+
 struct ProbeOutput {
     long status = 1;
     std::vector<std::string> items;
@@ -45,10 +102,10 @@ struct ProbeOutput {
     std::string sessionLog;  // the whole session, the keyring's seeding included
 };
 
-ProbeOutput runProbe(WorkerRun& run) {
+ProbeOutput runProbe(WorkerRun& run, const char* probe = kProbe) {
     const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
     WorkerResult result =
-        run.runProgram({self, "--gtest_also_run_disabled_tests", std::string("--gtest_filter=") + kProbe});
+        run.runProgram({self, "--gtest_also_run_disabled_tests", std::string("--gtest_filter=") + probe});
     EXPECT_EQ(result.exitStatus, 0) << result.standardOutput << result.standardError;
     ProbeOutput output;
     std::istringstream lines(result.standardOutput);
@@ -111,6 +168,16 @@ TEST(KeepListInSession, NoKeyringServiceGivesNoList) {
     EXPECT_EQ(output.status, kErrSecNotAvailable);
     EXPECT_TRUE(output.items.empty());
     EXPECT_TRUE(output.keep.empty());
+}
+
+TEST(KeepListInSession, KeyringServiceThatNeverAnswersIsGivenUp) {
+    WorkerRun run;
+    run.monitorBus();
+    ProbeOutput output = runProbe(run, kSilentServiceProbe);
+    EXPECT_EQ(output.status, kErrSecNotAvailable);
+    EXPECT_TRUE(output.keep.empty());
+    EXPECT_NE(output.busLog.find("org.freedesktop.Secret.Service"), std::string::npos)
+        << "the search went to the silent service:\n" << output.busLog;
 }
 
 TEST(KeepListInSession, RunAsksTheKeyringUnlessEverythingIsRemoved) {

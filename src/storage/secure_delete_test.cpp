@@ -1,0 +1,150 @@
+#include "storage/secure_delete.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "platform/fake_platform.h"
+#include "support/overwrite_pattern.h"
+#include "support/sample_home.h"
+
+namespace tasselby {
+namespace {
+
+// The fake with the size a file reports and the writes it receives under the
+// test's control.
+class WriteRecordingPlatform : public FakePlatform {
+public:
+    using FakePlatform::FakePlatform;
+
+    std::optional<std::uint64_t> sizeOfOpenFile(int fd) override {
+        if (failStatus) return std::nullopt;
+        return reportedSize ? reportedSize : FakePlatform::sizeOfOpenFile(fd);
+    }
+    long writeToFile(int fd, const unsigned char* bytes, std::size_t count) override {
+        writes.push_back(count);
+        return FakePlatform::writeToFile(fd, bytes, count);
+    }
+
+    bool failStatus = false;
+    std::optional<std::uint64_t> reportedSize;
+    std::vector<std::size_t> writes;
+};
+
+class SecureDeleteTest : public ::testing::Test {
+protected:
+    testing::TemporaryFolder folder;
+    testing::SampleHome home{folder.path()};
+    WriteRecordingPlatform platform{folder.path()};
+
+    std::string fileOf(std::size_t size, const std::string& name = "data.bin") {
+        return home.writeFile(name, std::string(size, '\xFF'));
+    }
+};
+
+TEST_F(SecureDeleteTest, EmptyFileIsOpenedThreeTimesWithoutWrites) {
+    std::string path = fileOf(0);
+    EXPECT_TRUE(SecureDelete::wipe(platform, path));
+    EXPECT_EQ(platform.overwritten, std::vector<std::string>(3, path));
+    EXPECT_TRUE(platform.writes.empty());
+    EXPECT_TRUE(platform.openFiles.empty());
+}
+
+TEST_F(SecureDeleteTest, EachPassWritesWholeBuffersThenTheRestAndTheLastLeavesNoFF) {
+    std::string path = fileOf(5000);
+    EXPECT_TRUE(SecureDelete::wipe(platform, path));
+
+    std::vector<std::size_t> onePass = {1024, 1024, 1024, 1024, 904};
+    std::vector<std::size_t> expected;
+    for (int pass = 0; pass < 3; ++pass) expected.insert(expected.end(), onePass.begin(), onePass.end());
+    EXPECT_EQ(platform.writes, expected);
+    EXPECT_EQ(platform.overwritten.size(), 3u) << "every pass reopens the file";
+    std::string bytes = home.read("data.bin");
+    EXPECT_EQ(bytes.size(), 5000u) << "nothing is truncated";
+    EXPECT_TRUE(testing::isLastPassPattern(bytes));
+    EXPECT_TRUE(platform.removed.empty()) << "overwriting never removes";
+}
+
+TEST_F(SecureDeleteTest, SinglePassesFillTheFileWithTheirByte) {
+    const std::pair<int, char> passes[] = {{1, '\x55'}, {2, '\xAA'}};
+    for (auto [phase, byte] : passes) {
+        std::string path = fileOf(3000);
+        EXPECT_TRUE(SecureDelete::wipe(platform, path, phase));
+        EXPECT_EQ(home.read("data.bin"), std::string(3000, byte)) << "phase " << phase;
+    }
+}
+
+TEST_F(SecureDeleteTest, EveryPhaseThreeCallDrawsANewPattern) {
+    std::string path = fileOf(1024);
+    ASSERT_TRUE(SecureDelete::wipe(platform, path, 3));
+    std::string first = home.read("data.bin");
+    ASSERT_TRUE(SecureDelete::wipe(platform, path, 3));
+    EXPECT_NE(home.read("data.bin"), first);
+}
+
+TEST_F(SecureDeleteTest, InvalidPhaseFailsWithoutWritingAndKeepsTheDescriptor) {
+    std::string path = fileOf(100);
+    for (int phase : {0, 4, -1}) {
+        EXPECT_FALSE(SecureDelete::wipe(platform, path, phase)) << "phase " << phase;
+    }
+    EXPECT_TRUE(platform.writes.empty());
+    EXPECT_EQ(platform.openFiles.size(), 3u);
+    for (const auto& open : platform.openFiles) close(open.first);
+}
+
+TEST_F(SecureDeleteTest, FailedStatusFailsAtTheFirstPassAndKeepsTheDescriptor) {
+    std::string path = fileOf(100);
+    platform.failStatus = true;
+    EXPECT_FALSE(SecureDelete::wipe(platform, path));
+    EXPECT_EQ(platform.overwritten.size(), 1u) << "phases 2 and 3 are not tried";
+    EXPECT_EQ(platform.openFiles.size(), 1u);
+    close(platform.openFiles.begin()->first);
+}
+
+TEST_F(SecureDeleteTest, OnlyTheLowThirtyTwoBitsOfTheSizeAreWritten) {
+    std::string path = fileOf(100);
+    platform.reportedSize = std::uint64_t{1} << 32;
+    EXPECT_TRUE(SecureDelete::wipe(platform, path));
+    EXPECT_TRUE(platform.writes.empty());
+
+    platform.reportedSize = (std::uint64_t{1} << 32) + 10;
+    EXPECT_TRUE(SecureDelete::wipe(platform, path, 1));
+    EXPECT_EQ(platform.writes, std::vector<std::size_t>{10});
+}
+
+TEST_F(SecureDeleteTest, MissingPathNeedsNoOverwrite) {
+    EXPECT_TRUE(SecureDelete::wipe(platform, folder / "missing"));
+    EXPECT_TRUE(SecureDelete::wipeContentsofDir(platform, folder / "missing"));
+    EXPECT_TRUE(platform.overwritten.empty());
+}
+
+TEST_F(SecureDeleteTest, WipeContentsofDirOverwritesTheOneFile) {
+    std::string path = fileOf(2048);
+    EXPECT_TRUE(SecureDelete::wipeContentsofDir(platform, path));
+    EXPECT_EQ(platform.overwritten.size(), 3u);
+    EXPECT_TRUE(testing::isLastPassPattern(home.read("data.bin")));
+}
+
+TEST_F(SecureDeleteTest, FolderIsWalkedWithoutWriting) {
+    home.writeFile("cache/a", "first");
+    home.writeFile("cache/sub/deeper/b", "second");
+    home.writeFile("outside/c", "third");
+    std::filesystem::create_directory_symlink(home.path("outside"), home.path("cache/sub/link"));
+    EXPECT_TRUE(SecureDelete::wipe(platform, home.path("cache")));
+    EXPECT_TRUE(SecureDelete::wipe(platform, home.makeFolder("empty")));
+    EXPECT_TRUE(platform.overwritten.empty());
+    EXPECT_EQ(home.read("cache/sub/deeper/b"), "second");
+}
+
+TEST_F(SecureDeleteTest, RefusedOpenFailsAtOnce) {
+    std::string path = fileOf(100);
+    platform.refuseOverwrite.insert(path);
+    EXPECT_FALSE(SecureDelete::wipe(platform, path));
+    EXPECT_TRUE(platform.writes.empty());
+    EXPECT_EQ(home.read("data.bin"), std::string(100, '\xFF'));
+}
+
+}  // namespace
+}  // namespace tasselby
