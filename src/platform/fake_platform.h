@@ -30,9 +30,11 @@ class FakeCookieStorage : public HttpCookieStorage {
 public:
     std::vector<HttpCookie> cookies() override { return stored; }
     void deleteCookie(const HttpCookie& cookie) override;
+    void flush() override { flushedAfter.push_back(deleted.size()); }
 
     std::vector<HttpCookie> stored;
     std::vector<HttpCookie> deleted;
+    std::vector<std::size_t> flushedAfter;  // per flush, how many deletions preceded it
 };
 
 // The test double of the platform: services are in memory, files are the real

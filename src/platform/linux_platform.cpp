@@ -7,18 +7,14 @@
 #include <cstdlib>
 
 #include "app/text.h"
+#include "platform/binary_cookie_storage.h"
 #include "platform/posix_files.h"
 
 namespace tasselby {
 
 namespace {
 
-// Until the binary cookie file is read, the shared storage holds nothing.
-class EmptyCookieStorage : public HttpCookieStorage {
-public:
-    std::vector<HttpCookie> cookies() override { return {}; }
-    void deleteCookie(const HttpCookie&) override {}
-};
+constexpr const char* kSharedCookieFile = "~/Library/Cookies/Cookies.binarycookies";
 
 }  // namespace
 
@@ -35,7 +31,7 @@ LinuxPlatform::LinuxPlatform(const CommandLine& commandLine)
       systemRoot_(commandLine.systemRoot.value_or("/")),
       defaults_(tasselby::expandTilde("~/Library/Preferences", home_)),
       notifications_("Tasselby"),
-      cookieStorage_(std::make_unique<EmptyCookieStorage>()) {
+      cookieStorage_(std::make_unique<BinaryCookieStorage>(tasselby::expandTilde(kSharedCookieFile, home_))) {
     defaults_.addDomain(kWorkerDomain);
 }
 

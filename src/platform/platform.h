@@ -93,8 +93,12 @@ public:
     virtual ~HttpCookieStorage() = default;
     // A snapshot of every cookie, in storage order; empty when the store cannot be read.
     virtual std::vector<HttpCookie> cookies() = 0;
-    // Deletes exactly the given cookie; unknown cookies are ignored.
+    // Deletes exactly the given cookie; unknown cookies are ignored. A store
+    // kept in a file may hold the deletion until flush().
     virtual void deleteCookie(const HttpCookie& cookie) = 0;
+    // Writes the deletions made so far to the store in one step; nothing
+    // when there are none.
+    virtual void flush() = 0;
 };
 
 // The one seam between the worker and the operating system. Everything the

@@ -2,6 +2,7 @@
 
 #include "app/names.h"
 #include "support/cache_trees.h"
+#include "support/cookie_stores.h"
 #include "support/password_stores.h"
 #include "support/plugin_trees.h"
 #include "support/web_storage_stores.h"
@@ -14,6 +15,7 @@ void buildSampleHome(const SampleHome& home, const std::string& systemRoot) {
     home.writeLocalState(kChromiumRoot, {{"Default", "Person 1"}});
     writeFirefoxLogins(home, "k3x9ab2q.default", {"https://www.example.com", "https://accounts.example.org"});
     WebStorageStores(home).writeSample({"Default", "Profile 1"}, "k3x9ab2q.default");
+    writeSampleCookieStores(home);
     writeBrowserCaches(home);
     if (!systemRoot.empty()) writeTemporaryFolders(systemRoot);
     addSamplePluginTrees(home);

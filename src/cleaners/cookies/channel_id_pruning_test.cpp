@@ -1,0 +1,65 @@
+#include "app/names.h"
+#include "cleaners/cookies/cookie_test_fixture.h"
+
+namespace tasselby::testing {
+namespace {
+
+using ChannelIdPruningTest = CookieTest;
+
+std::vector<std::string> origins(const std::string& database) {
+    return queryColumn(database, "SELECT origin FROM origin_bound_certs ORDER BY origin");
+}
+
+TEST_F(ChannelIdPruningTest, OnlyOriginsSpelledExactlyAsAKeptSiteStay) {
+    home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}, {"Profile 2", "No certs"}});
+    for (const char* profile : {"Default", "Profile 1"}) {
+        writeOriginBoundCerts(chromeCerts(profile),
+                              {"site1.com", "www.site1.com", "https://site2.org", "site2.org", "other.net", ""});
+    }
+    home.makeFolder(std::string(kChromeRoot) + "/Profile 2");
+    delegate.deleteChromeChannelID(kGoogleChrome, {"site1.com", "site2.org", "site1.com"});
+    for (const char* profile : {"Default", "Profile 1"}) {
+        EXPECT_EQ(origins(chromeCerts(profile)), (std::vector<std::string>{"site1.com", "site2.org"})) << profile;
+    }
+    EXPECT_FALSE(home.exists(chromeCerts("Profile 2")));
+}
+
+TEST_F(ChannelIdPruningTest, EmptyKeepListSparesOnlyTheEmptyOrigin) {
+    std::string opera = home.path(std::string(kOperaRoot) + "/Origin Bound Certs");
+    writeOriginBoundCerts(opera, {"a.com", "", "b.org"});
+    delegate.deleteChromeChannelID(kOpera, {});
+    EXPECT_EQ(origins(opera), std::vector<std::string>{""});
+}
+
+TEST_F(ChannelIdPruningTest, OtherBrowsersOpenNothing) {
+    home.writeLocalState(kChromiumRoot, {{"Default", "Person 1"}});
+    std::string chromium = home.path(std::string(kChromiumRoot) + "/Default/Origin Bound Certs");
+    writeOriginBoundCerts(chromium, {"a.com"});
+    for (const char* browser : {kSafari, kWebKit, kFirefox, kCamino, "Netscape"}) {
+        delegate.deleteChromeChannelID(browser, {});
+    }
+    EXPECT_EQ(origins(chromium), std::vector<std::string>{"a.com"});
+    delegate.deleteChromeChannelID(kChromium, {});
+    EXPECT_TRUE(origins(chromium).empty());
+}
+
+TEST_F(ChannelIdPruningTest, QuoteInAKeptSiteFailsThatStatementAlone) {
+    home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}});
+    writeOriginBoundCerts(chromeCerts("Default"), {"a.com", "kept.com"});
+    writeChromiumCookies(chromeCookies("Default"), ChromiumCookieSchema::Version20,
+                         {{".gone.com", "session"}, {".kept.com", "prefs"}});
+    std::array<long, 2> counts = delegate.removeCookies(kGoogleChrome, {"kept.com", "o'neil.com"});
+    EXPECT_EQ(counts, (std::array<long, 2>{1, 0}));
+    EXPECT_EQ(origins(chromeCerts("Default")), (std::vector<std::string>{"a.com", "kept.com"}));
+    EXPECT_EQ(names(chromeCookies("Default")), std::vector<std::string>{"prefs"});
+}
+
+TEST_F(ChannelIdPruningTest, RunsForChromeEvenWithNothingToRemove) {
+    home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}});
+    writeOriginBoundCerts(chromeCerts("Default"), {"a.com", "kept.com"});
+    EXPECT_EQ(delegate.removeCookies(kGoogleChrome, {"kept.com"}), (std::array<long, 2>{0, 0}));
+    EXPECT_EQ(origins(chromeCerts("Default")), std::vector<std::string>{"kept.com"});
+}
+
+}  // namespace
+}  // namespace tasselby::testing

@@ -1,0 +1,116 @@
+#include <set>
+#include <unordered_set>
+
+#include "app/names.h"
+#include "app/text.h"
+#include "app/worker_app_delegate.h"
+#include "cleaners/cookies/cookie_record_less.h"
+#include "cleaners/cookies/cookie_store_paths.h"
+#include "cleaners/cookies/tracking_cookies.h"
+#include "keep/worker_extras.h"
+
+namespace tasselby {
+
+namespace {
+
+// The two working lists of one inventory, as positions into the records read.
+class CookieSorter {
+public:
+    CookieSorter(const std::vector<std::string>& catalogue, const KeepList& keep)
+        : catalogue_(catalogue), keep_(keep.begin(), keep.end()) {}
+
+    // A record whose host names no site is left out of both lists. Whether
+    // its site is kept and whether its name is a tracking name are decided
+    // apart: a kept site's tracking cookies go all the same.
+    void classify(CookieRecord record, const std::string& host, const std::optional<std::string>& name) {
+        std::optional<std::string> site = WorkerExtras::siteWithDomainName(host);
+        if (!site) return;
+        std::size_t position = records_.size();
+        records_.push_back(std::move(record));
+        if (keep_.count(*site) == 0) nonKept_.push_back(position);
+        if (isTrackingCookieName(name, catalogue_)) tracking_.push_back(position);
+    }
+
+    void classifyRow(SqlRow row, const char* hostColumn) {
+        const std::string* host = columnText(row, hostColumn);
+        if (host == nullptr) return;  // a NULL host names no site
+        const std::string* name = columnText(row, kNameColumn);
+        std::optional<std::string> cookieName = name != nullptr ? std::optional(*name) : std::nullopt;
+        std::string hostName = *host;
+        classify(std::move(row), hostName, cookieName);
+    }
+
+    // The count takes the tracking list on top of the non-kept list, so a
+    // tracking cookie of a site that is not kept counts twice; the removal
+    // list holds each record once.
+    CookieInventory inventory() {
+        CookieInventory result;
+        result.cookieCount = static_cast<long>(nonKept_.size() + tracking_.size());
+        result.trackingCount = static_cast<long>(tracking_.size());
+        std::vector<std::size_t> combined = nonKept_;
+        combined.insert(combined.end(), tracking_.begin(), tracking_.end());
+        auto sameRecord = [this](std::size_t left, std::size_t right) {
+            return CookieRecordLess()(records_[left], records_[right]);
+        };
+        std::set<std::size_t, decltype(sameRecord)> unique(sameRecord);
+        for (std::size_t position : combined) {
+            if (unique.insert(position).second) result.removalList.push_back(records_[position]);
+        }
+        return result;
+    }
+
+private:
+    static const std::string* columnText(const SqlRow& row, const char* column) {
+        auto found = row.find(column);
+        return found != row.end() ? sqlText(found->second) : nullptr;
+    }
+
+    const std::vector<std::string>& catalogue_;
+    std::unordered_set<std::string> keep_;
+    std::vector<CookieRecord> records_;
+    std::vector<std::size_t> nonKept_;
+    std::vector<std::size_t> tracking_;
+};
+
+void readCookieDatabase(Platform& platform, const std::string& path, const char* select, const char* hostColumn,
+                        CookieSorter& sorter) {
+    if (!platform.fileExists(path)) return;
+    Sqlite database;
+    if (!database.open(path)) return;
+    // A query that fails (no such table, not a database, locked) adds nothing.
+    std::optional<SqlRows> rows = database.executeQuery(select);
+    if (!rows) return;
+    for (SqlRow& row : *rows) sorter.classifyRow(std::move(row), hostColumn);
+}
+
+}  // namespace
+
+CookieInventory WorkerAppDelegate::cookies(const std::string& browser, const KeepList& keepCookies) {
+    std::vector<std::string> catalogue = defaultTrackingCookies();
+    CookieSorter sorter(catalogue, keepCookies);
+
+    // "WebKit" is a browser of its own here and reads no store at all.
+    if (browser == kSafari) {
+        for (HttpCookie& cookie : platform_.sharedHTTPCookieStorage().cookies()) {
+            std::string host = cookie.domain;
+            std::string name = cookie.name;
+            sorter.classify(std::move(cookie), host, name);
+        }
+    } else if (isChromiumFamily(browser)) {
+        for (const std::string& folder : chromiumProfileFolders(*this, browser)) {
+            readCookieDatabase(platform_, appendingPathComponent(folder, kChromiumCookieFile), kSelectChromiumCookies,
+                               kChromiumHostColumn, sorter);
+        }
+    } else if (browser == kFirefox) {
+        for (const std::string& folder : firefoxProfileFolders(*this)) {
+            readCookieDatabase(platform_, appendingPathComponent(folder, kMozillaCookieFile), kSelectMozillaCookies,
+                               kMozillaHostColumn, sorter);
+        }
+    } else if (browser == kCamino) {
+        readCookieDatabase(platform_, expandTilde(kCaminoCookieDatabase), kSelectMozillaCookies, kMozillaHostColumn,
+                           sorter);
+    }
+    return sorter.inventory();
+}
+
+}  // namespace tasselby

@@ -1,0 +1,219 @@
+#include "platform/binary_cookie_file.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "support/cookie_stores.h"
+
+namespace tasselby {
+namespace {
+
+using testing::BinaryCookie;
+using testing::BinaryCookieFileBuilder;
+
+std::vector<std::string> names(const std::vector<HttpCookie>& cookies) {
+    std::vector<std::string> result;
+    for (const HttpCookie& cookie : cookies) result.push_back(cookie.name);
+    return result;
+}
+
+std::uint32_t be32(const std::string& bytes, std::size_t at) {
+    std::uint32_t value = 0;
+    for (std::size_t i = 0; i < 4; ++i) value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
+    return value;
+}
+
+std::size_t pageCount(const std::string& file) { return be32(file, 4); }
+
+std::string page(const std::string& file, std::size_t index) {
+    std::size_t start = 8 + 4 * pageCount(file);
+    for (std::size_t i = 0; i < index; ++i) start += be32(file, 8 + 4 * i);
+    return file.substr(start, be32(file, 8 + 4 * index));
+}
+
+// Three pages; the second holds a cookie with a port and unusual fields.
+std::string threePages() {
+    return BinaryCookieFileBuilder()
+        .page({{".example.com", "sid", "/", "abc", 1}, {"www.example.com", "lang", "/docs", "en", 5}})
+        .page({{".tracker.net", "__utma", "/", "x.y.z", 0, 8.0e8, 6.0e8, 8080},
+               {".tracker.net", "__utmz", "/", "src=a"},
+               {".news.example.co.uk", "edition", "/", "uk", 0x28}})
+        .page({{".shop.example.info", "cart", "/", ""}})
+        .bytes();
+}
+
+TEST(BinaryCookieFile, BuildsTheWorkedExampleByteForByte) {
+    std::string bytes = BinaryCookieFileBuilder().page({{".example.com", "sid", "/", "abc", 1, 7.0e8, 6.9e8}}).bytes();
+    const unsigned char expected[] = {
+        0x63, 0x6f, 0x6f, 0x6b, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x5f, 0x00, 0x00, 0x01, 0x00,
+        0x01, 0x00, 0x00, 0x00, 0x10, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x4f, 0x00, 0x00, 0x00,
+        0x00, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x38, 0x00, 0x00, 0x00,
+        0x45, 0x00, 0x00, 0x00, 0x49, 0x00, 0x00, 0x00, 0x4b, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
+        0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x80, 0x93, 0xdc, 0xc4, 0x41, 0x00, 0x00, 0x00, 0x40,
+        0x48, 0x90, 0xc4, 0x41, 0x2e, 0x65, 0x78, 0x61, 0x6d, 0x70, 0x6c, 0x65, 0x2e, 0x63, 0x6f, 0x6d,
+        0x00, 0x73, 0x69, 0x64, 0x00, 0x2f, 0x00, 0x61, 0x62, 0x63, 0x00, 0x00, 0x00, 0x03, 0x78, 0x07,
+        0x17, 0x20, 0x05, 0x00, 0x00, 0x00, 0x4b};
+    ASSERT_EQ(bytes.size(), sizeof expected + 75);
+    EXPECT_EQ(bytes.substr(0, sizeof expected), std::string(reinterpret_cast<const char*>(expected), sizeof expected));
+
+    auto file = BinaryCookieFile::parse(bytes);
+    ASSERT_TRUE(file);
+    ASSERT_EQ(file->cookies().size(), 1u);
+    HttpCookie cookie = file->cookies()[0];
+    EXPECT_EQ(cookie.domain, ".example.com");
+    EXPECT_EQ(cookie.name, "sid");
+    EXPECT_EQ(cookie.path, "/");
+    EXPECT_EQ(cookie.value, "abc");
+    EXPECT_EQ(cookie.flags, 1u);
+    EXPECT_EQ(cookie.expiresDate, 7.0e8);
+    EXPECT_EQ(cookie.creationDate, 6.9e8);
+}
+
+TEST(BinaryCookieFile, RoundTripsByteForByte) {
+    for (const std::string& bytes : {threePages(), BinaryCookieFileBuilder().bytes()}) {
+        auto file = BinaryCookieFile::parse(bytes);
+        ASSERT_TRUE(file);
+        EXPECT_EQ(file->serialize(), bytes);
+    }
+    auto file = BinaryCookieFile::parse(threePages());
+    EXPECT_EQ(names(file->cookies()), (std::vector<std::string>{"sid", "lang", "__utma", "__utmz", "edition", "cart"}));
+    EXPECT_EQ(file->cookies()[2].domain, ".tracker.net");  // read past the port
+    EXPECT_EQ(file->cookies()[2].expiresDate, 8.0e8);
+}
+
+TEST(BinaryCookieFile, RemovingOneCookieKeepsEveryOtherByte) {
+    std::string bytes = threePages();
+    auto file = BinaryCookieFile::parse(bytes);
+    std::vector<HttpCookie> before = file->cookies();
+    ASSERT_TRUE(file->remove(before[3]));  // __utmz, in the middle page
+
+    std::string written = file->serialize();
+    auto reread = BinaryCookieFile::parse(written);
+    ASSERT_TRUE(reread) << "the written file must be valid, checksum included";
+    std::vector<HttpCookie> after = reread->cookies();
+    EXPECT_EQ(names(after), (std::vector<std::string>{"sid", "lang", "__utma", "edition", "cart"}));
+    for (std::size_t i = 0; i < after.size(); ++i) {
+        HttpCookie expected = before[i < 3 ? i : i + 1];
+        expected.storageKey = after[i].storageKey;
+        EXPECT_EQ(after[i], expected);
+    }
+
+    // The first and last pages and the footer are untouched; the middle page
+    // is rebuilt without the removed record.
+    ASSERT_EQ(pageCount(written), 3u);
+    EXPECT_EQ(page(written, 0), page(bytes, 0));
+    EXPECT_EQ(page(written, 2), page(bytes, 2));
+    EXPECT_EQ(page(bytes, 1).size() - page(written, 1).size(),
+              4 + 56 + std::string_view(".tracker.net\0__utmz\0/\0src=a\0", 28).size());
+    EXPECT_EQ(written.substr(written.size() - 83), bytes.substr(bytes.size() - 83));
+}
+
+TEST(BinaryCookieFile, PageThatLosesEveryCookieIsDropped) {
+    auto file = BinaryCookieFile::parse(threePages());
+    HttpCookie cart = file->cookies().back();
+    ASSERT_TRUE(file->remove(cart));
+    std::string written = file->serialize();
+    EXPECT_EQ(pageCount(written), 2u);
+    auto reread = BinaryCookieFile::parse(written);
+    ASSERT_TRUE(reread);
+    EXPECT_EQ(reread->cookies().size(), 5u);
+}
+
+TEST(BinaryCookieFile, RemovesOnlyTheVeryCookieItListed) {
+    auto file = BinaryCookieFile::parse(threePages());
+    HttpCookie sid = file->cookies()[0];
+    HttpCookie altered = sid;
+    altered.value = "other";
+    HttpCookie unknown = sid;
+    unknown.storageKey = 99;
+    EXPECT_FALSE(file->remove(altered));
+    EXPECT_FALSE(file->remove(unknown));
+    EXPECT_TRUE(file->remove(sid));
+    EXPECT_FALSE(file->remove(sid)) << "already gone";
+    EXPECT_EQ(file->cookies().size(), 5u);
+}
+
+std::string patched(std::string bytes, std::size_t at, std::string_view with) {
+    bytes.replace(at, with.size(), with);
+    return bytes;
+}
+
+TEST(BinaryCookieFile, RejectsFilesThatCannotBeReadWhole) {
+    std::string good = BinaryCookieFileBuilder().page({{".example.com", "sid", "/", "abc", 1}}).bytes();
+    const std::size_t page = 12, record = page + 16, checksum = page + 0x5f;
+    struct Case {
+        const char* what;
+        std::string bytes;
+    };
+    const std::vector<Case> cases = {
+        {"empty", ""},
+        {"wrong file magic", patched(good, 0, "COOK")},
+        {"page count past the end", patched(good, 4, std::string("\0\0\1\0", 4))},
+        {"page size past the end", patched(good, 8, std::string("\0\0\1\0", 4))},
+        {"wrong page magic", patched(good, page, std::string("\0\0\2\0", 4))},
+        {"record count past the page", patched(good, page + 4, std::string("\x40\0\0\0", 4))},
+        {"header terminator not zero", patched(good, page + 12, "\1")},
+        {"record offset inside the header", patched(good, page + 8, std::string("\x08\0\0\0", 4))},
+        {"record size past the page", patched(good, record, std::string("\x60\0\0\0", 4))},
+        {"record size below its header", patched(good, record, std::string("\x10\0\0\0", 4))},
+        {"string offset past the record", patched(good, record + 20, std::string("\x70\0\0\0", 4))},
+        {"string offset in the header", patched(good, record + 20, std::string("\x04\0\0\0", 4))},
+        {"unterminated value", patched(good, record + 0x4e, "x")},
+        {"bad checksum", patched(good, checksum + 3, "\x79")},
+        {"wrong footer magic", patched(good, checksum + 4, "\x08")},
+        {"property list length wrong", patched(good, checksum + 11, "\x4a")},
+        {"trailing byte", good + std::string(1, '\0')},
+    };
+    ASSERT_TRUE(BinaryCookieFile::parse(good));
+    for (const Case& test : cases) {
+        EXPECT_FALSE(BinaryCookieFile::parse(test.bytes)) << test.what;
+    }
+    for (std::size_t length = 0; length < good.size(); ++length) {
+        EXPECT_FALSE(BinaryCookieFile::parse(good.substr(0, length))) << "truncated to " << length;
+    }
+}
+
+TEST(BinaryCookieFile, RejectsOverlappingRecords) {
+    // Two offset-table entries pointing at the same record.
+    std::string bytes = BinaryCookieFileBuilder().page({{".a.com", "x"}, {".b.com", "y"}}).bytes();
+    std::string page = bytes.substr(16, bytes.size() - 16 - 83);
+    std::string same = patched(page, 12, page.substr(8, 4));
+    std::uint32_t sum = BinaryCookieFile::pageChecksum(same);
+    std::string checksum{static_cast<char>(sum >> 24), static_cast<char>(sum >> 16), static_cast<char>(sum >> 8),
+                         static_cast<char>(sum)};
+    std::string forged = bytes.substr(0, 16) + same + checksum + bytes.substr(bytes.size() - 79);
+    EXPECT_FALSE(BinaryCookieFile::parse(forged));
+}
+
+// Bounded random inputs: mutated valid files and plain noise. Whatever the
+// reader accepts, it must write back unchanged; nothing may crash.
+TEST(BinaryCookieFile, SurvivesRandomInput) {
+    std::mt19937 random(20240601);
+    std::string good = threePages();
+    std::uniform_int_distribution<int> byte(0, 255);
+    int accepted = 0;
+    for (int round = 0; round < 3000; ++round) {
+        std::string input = good;
+        int flips = 1 + round % 4;
+        for (int i = 0; i < flips; ++i) {
+            input[random() % input.size()] = static_cast<char>(byte(random));
+        }
+        if (round % 5 == 0) input.resize(random() % input.size());
+        if (round % 7 == 0) {
+            input.assign(random() % 300, '\0');
+            for (char& c : input) c = static_cast<char>(byte(random));
+            if (input.size() >= 4) input.replace(0, 4, "cook");
+        }
+        auto file = BinaryCookieFile::parse(input);
+        if (!file) continue;
+        ++accepted;
+        EXPECT_EQ(file->serialize(), input);
+        for (const HttpCookie& cookie : file->cookies()) file->remove(cookie);
+        EXPECT_TRUE(BinaryCookieFile::parse(file->serialize()));
+    }
+    EXPECT_GT(accepted, 0) << "some mutations (of values, not structure) must still parse";
+}
+
+}  // namespace
+}  // namespace tasselby

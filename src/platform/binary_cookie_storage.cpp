@@ -1,0 +1,94 @@
+#include "platform/binary_cookie_storage.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace tasselby {
+
+namespace {
+
+std::optional<std::string> readBytes(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) return std::nullopt;
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    if (in.bad()) return std::nullopt;
+    return bytes;
+}
+
+bool writeAll(int fd, const std::string& bytes) {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        ssize_t written = ::write(fd, bytes.data() + done, bytes.size() - done);
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return false;
+        done += static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
+// Replaces the file in one step: the new bytes go to a temporary file in the
+// same folder, reach the disk, and are renamed over the original, so a reader
+// (or a crash) sees either the old file or the new one, never a half-written
+// one. The original's permissions carry over.
+bool replaceFile(const std::string& path, const std::string& bytes) {
+    struct stat original {};
+    if (::stat(path.c_str(), &original) != 0) return false;
+    std::string temporary = path + ".XXXXXX";
+    int fd = ::mkstemp(temporary.data());
+    if (fd < 0) return false;
+    bool written = writeAll(fd, bytes) && ::fchmod(fd, original.st_mode & 07777) == 0 && ::fsync(fd) == 0;
+    written = ::close(fd) == 0 && written;
+    if (!written || ::rename(temporary.c_str(), path.c_str()) != 0) {
+        ::unlink(temporary.c_str());
+        return false;
+    }
+    // Make the rename itself durable.
+    std::string folder = std::filesystem::path(path).parent_path().string();
+    int folderFd = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY);
+    if (folderFd >= 0) {
+        ::fsync(folderFd);
+        ::close(folderFd);
+    }
+    return true;
+}
+
+}  // namespace
+
+BinaryCookieFile* BinaryCookieStorage::file() {
+    if (!loaded_) {
+        loaded_ = true;
+        if (std::optional<std::string> bytes = readBytes(path_)) {
+            file_ = BinaryCookieFile::parse(*bytes);
+            if (file_) original_ = std::move(*bytes);
+        }
+    }
+    return file_ ? &*file_ : nullptr;
+}
+
+std::vector<HttpCookie> BinaryCookieStorage::cookies() {
+    BinaryCookieFile* held = file();
+    return held != nullptr ? held->cookies() : std::vector<HttpCookie>{};
+}
+
+void BinaryCookieStorage::deleteCookie(const HttpCookie& cookie) {
+    BinaryCookieFile* held = file();
+    if (held != nullptr && held->remove(cookie)) changed_ = true;
+}
+
+void BinaryCookieStorage::flush() {
+    if (!changed_) return;
+    changed_ = false;
+    // Someone else wrote the file since it was read: writing the held copy
+    // back would throw their cookies away, so the deletions are dropped.
+    if (readBytes(path_) != original_) return;
+    std::string bytes = file_->serialize();
+    if (replaceFile(path_, bytes)) original_ = std::move(bytes);
+}
+
+}  // namespace tasselby

@@ -1,0 +1,237 @@
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "app/names.h"
+#include "integration/worker_run.h"
+#include "platform/binary_cookie_file.h"
+#include "support/cookie_stores.h"
+#include "support/password_stores.h"
+
+namespace tasselby::testing {
+namespace {
+
+const std::vector<std::string> kKeptOrdinary = {"cart", "lang", "prefs"};
+constexpr const char* kExampleCounts = "15 Cookies (5 Tracking Cookies),";
+
+std::vector<KeychainItem> savedPasswordsFor(const std::vector<std::string>& servers) {
+    std::vector<KeychainItem> items;
+    for (const std::string& server : servers) items.push_back({server, "form", "https", "alice", ""});
+    return items;
+}
+
+const std::vector<KeychainItem> kExamplePasswords = savedPasswordsFor({"www.kept.com", "login.favourite.org"});
+
+std::string profileFile(const char* root, const std::string& profile, const std::string& file) {
+    return std::string(root) + "/" + profile + "/" + file;
+}
+
+std::vector<std::string> cookieNames(const SampleHome& home, const std::string& relative,
+                                     const std::string& table = "cookies") {
+    return queryColumn(home.path(relative), "SELECT name FROM " + table + " ORDER BY name");
+}
+
+std::vector<std::string> origins(const SampleHome& home, const std::string& relative) {
+    return queryColumn(home.path(relative), "SELECT origin FROM origin_bound_certs ORDER BY origin");
+}
+
+// The report's beginning: the two cookie counts.
+std::string cookieCounts(const WorkerResult& result) {
+    if (result.notifications.size() != 1) return "(" + std::to_string(result.notifications.size()) + " notifications)";
+    const std::string& body = result.notifications.front().body;
+    return body.substr(0, body.find(',') + 1);
+}
+
+std::vector<BinaryCookie> binaryExampleCookies() {
+    std::vector<BinaryCookie> cookies;
+    for (const StoredCookie& stored : exampleCookies()) cookies.emplace_back(*stored.host, *stored.name);
+    return cookies;
+}
+
+class CookieRun : public ::testing::Test {
+protected:
+    void SetUp() override { home.writeSuitePreferences({{kDisplayNotifications, true}}); }
+
+    WorkerRun run;
+    SampleHome& home = run.home();
+};
+
+TEST_F(CookieRun, ChromeExampleKeepsTheKeptSitesOrdinaryCookies) {
+    home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}});
+    writeChromiumCookies(home.path(profileFile(kChromeRoot, "Default", "Cookies")), ChromiumCookieSchema::Version20,
+                         exampleCookies());
+    writeOriginBoundCerts(home.path(profileFile(kChromeRoot, "Profile 1", "Origin Bound Certs")),
+                          {"kept.com", "www.kept.com", "tracker.net"});
+    WorkerResult result = run.withKeyring(kExamplePasswords).run({kGoogleChrome});
+    EXPECT_EQ(result.exitStatus, 0) << result.standardError;
+    EXPECT_EQ(cookieCounts(result), kExampleCounts);
+    EXPECT_EQ(cookieNames(home, profileFile(kChromeRoot, "Default", "Cookies")), kKeptOrdinary);
+    EXPECT_EQ(origins(home, profileFile(kChromeRoot, "Profile 1", "Origin Bound Certs")),
+              std::vector<std::string>{"kept.com"});
+}
+
+TEST_F(CookieRun, FirefoxExampleKeepsTheSitesOfSavedLogins) {
+    writeFirefoxLogins(home, "abc.default", {"https://www.kept.com", "https://login.favourite.org"});
+    writeMozillaCookies(home.path(std::string(kFirefoxProfiles) + "/abc.default/cookies.sqlite"),
+                        MozillaCookieSchema::Current, exampleCookies());
+    WorkerResult result = run.run({kFirefox});
+    EXPECT_EQ(result.exitStatus, 0) << result.standardError;
+    EXPECT_EQ(cookieCounts(result), kExampleCounts);
+    EXPECT_EQ(cookieNames(home, std::string(kFirefoxProfiles) + "/abc.default/cookies.sqlite", "moz_cookies"),
+              kKeptOrdinary);
+}
+
+TEST_F(CookieRun, SafariRewritesTheCookieFileWithoutTheRemovedCookies) {
+    std::vector<BinaryCookie> cookies = binaryExampleCookies();
+    std::vector<BinaryCookie> first(cookies.begin(), cookies.begin() + 8), second(cookies.begin() + 8, cookies.end());
+    home.writeFile(kBinaryCookieFile, BinaryCookieFileBuilder().page(first).page(second).bytes());
+
+    WorkerResult result = run.withKeyring(kExamplePasswords).run({kSafari});
+    EXPECT_EQ(result.exitStatus, 0) << result.standardError;
+    EXPECT_EQ(cookieCounts(result), kExampleCounts);
+    std::string expected = BinaryCookieFileBuilder()
+                               .page({{".kept.com", "prefs"}, {"www.favourite.org", "lang"}, {"shop.kept.com", "cart"}})
+                               .bytes();
+    EXPECT_EQ(home.read(kBinaryCookieFile), expected);
+}
+
+TEST_F(CookieRun, UnreadableCookieFileIsLeftAsItIs) {
+    std::string good = BinaryCookieFileBuilder().page(binaryExampleCookies()).bytes();
+    std::string badChecksum = good;
+    badChecksum[good.size() - 84] ^= 0x10;
+    for (const std::string& bytes : {good.substr(0, good.size() / 2), badChecksum}) {
+        WorkerRun damaged;
+        damaged.home().writeSuitePreferences({{kDisplayNotifications, true}, {kRemoveAll, true}});
+        damaged.home().writeFile(kBinaryCookieFile, bytes);
+        WorkerResult result = damaged.run({kSafari});
+        EXPECT_EQ(result.exitStatus, 0) << result.standardError;
+        EXPECT_EQ(cookieCounts(result), "0 Cookies (0 Tracking Cookies),");
+        EXPECT_EQ(damaged.home().read(kBinaryCookieFile), bytes);
+    }
+}
+
+TEST_F(CookieRun, WebKitReadsNoCookieStore) {
+    std::string bytes = BinaryCookieFileBuilder().page(binaryExampleCookies()).bytes();
+    home.writeFile(kBinaryCookieFile, bytes);
+    home.writeSuitePreferences({{kDisplayNotifications, true}, {kRemoveAll, true}});
+    WorkerResult result = run.run({kWebKit});
+    EXPECT_EQ(cookieCounts(result), "0 Cookies (0 Tracking Cookies),");
+    EXPECT_EQ(home.read(kBinaryCookieFile), bytes);
+}
+
+TEST_F(CookieRun, EveryOtherBrowserLosesAllItsCookiesWhenNothingIsKept) {
+    struct Case {
+        const char* browser;
+        std::string database;
+        const char* table;
+    };
+    const std::vector<Case> cases = {
+        {kChromium, profileFile(kChromiumRoot, "Default", "Cookies"), "cookies"},
+        {kOpera, std::string(kOperaRoot) + "/Cookies", "cookies"},
+        {kCamino, kCaminoCookies, "moz_cookies"},
+    };
+    for (const Case& test : cases) {
+        WorkerRun each;
+        each.home().writeSuitePreferences({{kDisplayNotifications, true}, {kRemoveAll, true}});
+        each.home().writeLocalState(kChromiumRoot, {{"Default", "Person 1"}});
+        if (std::string(test.table) == "cookies") {
+            writeChromiumCookies(each.home().path(test.database), ChromiumCookieSchema::Version4, exampleCookies());
+        } else {
+            writeMozillaCookies(each.home().path(test.database), MozillaCookieSchema::Version2, exampleCookies());
+        }
+        WorkerResult result = each.run({test.browser});
+        EXPECT_EQ(cookieCounts(result), "20 Cookies (5 Tracking Cookies),") << test.browser;
+        EXPECT_TRUE(cookieNames(each.home(), test.database, test.table).empty()) << test.browser;
+    }
+}
+
+TEST_F(CookieRun, QuoteInAKeptSiteFailsOnlyTheCertificateStatement) {
+    home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}});
+    writeChromiumCookies(home.path(profileFile(kChromeRoot, "Default", "Cookies")), ChromiumCookieSchema::Version4,
+                         exampleCookies());
+    writeOriginBoundCerts(home.path(profileFile(kChromeRoot, "Default", "Origin Bound Certs")),
+                          {"kept.com", "tracker.net"});
+    WorkerResult result =
+        run.withKeyring(savedPasswordsFor({"www.kept.com", "login.favourite.org", "o'neil.com"})).run({kGoogleChrome});
+    EXPECT_EQ(result.exitStatus, 0) << result.standardError;
+    EXPECT_EQ(cookieCounts(result), kExampleCounts);
+    EXPECT_EQ(cookieNames(home, profileFile(kChromeRoot, "Default", "Cookies")), kKeptOrdinary);
+    EXPECT_EQ(origins(home, profileFile(kChromeRoot, "Default", "Origin Bound Certs")),
+              (std::vector<std::string>{"kept.com", "tracker.net"}));
+}
+
+// A second process that holds a database under an exclusive lock until the
+// object goes.
+class ExclusiveLock {
+public:
+    explicit ExclusiveLock(const std::string& path) {
+        int ready[2], release[2];
+        if (pipe(ready) != 0 || pipe(release) != 0) throw std::runtime_error("pipe");
+        child_ = fork();
+        if (child_ == 0) {
+            close(ready[0]);
+            close(release[1]);
+            sqlite3* db = nullptr;
+            char byte = sqlite3_open(path.c_str(), &db) == SQLITE_OK &&
+                                sqlite3_exec(db, "BEGIN EXCLUSIVE;", nullptr, nullptr, nullptr) == SQLITE_OK
+                            ? 'y'
+                            : 'n';
+            (void)!write(ready[1], &byte, 1);
+            (void)!read(release[0], &byte, 1);  // until the parent closes its end
+            sqlite3_exec(db, "ROLLBACK;", nullptr, nullptr, nullptr);
+            sqlite3_close(db);
+            _exit(0);
+        }
+        close(ready[1]);
+        close(release[0]);
+        release_ = release[1];
+        char byte = 'n';
+        locked_ = read(ready[0], &byte, 1) == 1 && byte == 'y';
+        close(ready[0]);
+    }
+    ~ExclusiveLock() { unlock(); }
+    void unlock() {
+        if (child_ <= 0) return;
+        close(release_);
+        waitpid(child_, nullptr, 0);
+        child_ = -1;
+    }
+    bool locked() const { return locked_; }
+
+private:
+    pid_t child_ = -1;
+    int release_ = -1;
+    bool locked_ = false;
+};
+
+TEST_F(CookieRun, LockedOrBrokenProfileDoesNotStopTheOthers) {
+    home.writeSuitePreferences({{kDisplayNotifications, true}, {kRemoveAll, true}});
+    home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}, {"Profile 2", "Old"}});
+    for (const char* profile : {"Default", "Profile 1"}) {
+        writeChromiumCookies(home.path(profileFile(kChromeRoot, profile, "Cookies")), ChromiumCookieSchema::Version20,
+                             exampleCookies());
+        writeOriginBoundCerts(home.path(profileFile(kChromeRoot, profile, "Origin Bound Certs")), {"kept.com"});
+    }
+    std::string garbage(2048, '\x5a');
+    home.writeFile(profileFile(kChromeRoot, "Profile 2", "Cookies"), garbage);
+
+    ExclusiveLock lock(home.path(profileFile(kChromeRoot, "Default", "Cookies")));
+    ASSERT_TRUE(lock.locked());
+    WorkerResult result = run.run({kGoogleChrome});
+    lock.unlock();
+
+    EXPECT_EQ(result.exitStatus, 0) << result.standardError;
+    EXPECT_EQ(cookieCounts(result), "20 Cookies (5 Tracking Cookies),") << "only the unlocked profile was read";
+    std::string locked = home.path(profileFile(kChromeRoot, "Default", "Cookies"));
+    EXPECT_EQ(queryColumn(locked, "PRAGMA integrity_check"), std::vector<std::string>{"ok"});
+    EXPECT_EQ(queryColumn(locked, "SELECT name FROM cookies").size(), 15u);
+    EXPECT_TRUE(cookieNames(home, profileFile(kChromeRoot, "Profile 1", "Cookies")).empty());
+    EXPECT_TRUE(origins(home, profileFile(kChromeRoot, "Profile 1", "Origin Bound Certs")).empty());
+    EXPECT_EQ(home.read(profileFile(kChromeRoot, "Profile 2", "Cookies")), garbage);
+}
+
+}  // namespace
+}  // namespace tasselby::testing

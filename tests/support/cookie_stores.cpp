@@ -1,0 +1,308 @@
+#include "support/cookie_stores.h"
+
+#include <sqlite3.h>
+
+#include <bit>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+
+namespace tasselby::testing {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct CloseDatabase {
+    void operator()(sqlite3* db) const { sqlite3_close(db); }
+};
+using Database = std::unique_ptr<sqlite3, CloseDatabase>;
+
+struct FinalizeStatement {
+    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+using Statement = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
+
+Database openDatabase(const std::string& path) {
+    sqlite3* raw = nullptr;
+    int status = sqlite3_open(path.c_str(), &raw);
+    Database db(raw);
+    if (status != SQLITE_OK) throw std::runtime_error("cannot open " + path);
+    return db;
+}
+
+Database createDatabase(const std::string& path) {
+    fs::create_directories(fs::path(path).parent_path());
+    fs::remove(path);
+    return openDatabase(path);
+}
+
+void run(sqlite3* db, const std::string& sql) {
+    char* error = nullptr;
+    if (sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &error) != SQLITE_OK) {
+        std::string message = error != nullptr ? error : "unknown error";
+        sqlite3_free(error);
+        throw std::runtime_error(message + " in: " + sql);
+    }
+}
+
+Statement prepare(sqlite3* db, const std::string& sql) {
+    sqlite3_stmt* raw = nullptr;
+    if (sqlite3_prepare_v2(db, sql.c_str(), -1, &raw, nullptr) != SQLITE_OK) {
+        throw std::runtime_error(std::string(sqlite3_errmsg(db)) + " in: " + sql);
+    }
+    return Statement(raw);
+}
+
+void bindText(sqlite3_stmt* statement, int position, const std::optional<std::string>& text) {
+    if (text) {
+        sqlite3_bind_text(statement, position, text->c_str(), -1, SQLITE_TRANSIENT);
+    } else {
+        sqlite3_bind_null(statement, position);
+    }
+}
+
+void stepDone(sqlite3* db, sqlite3_stmt* statement) {
+    if (sqlite3_step(statement) != SQLITE_DONE) throw std::runtime_error(sqlite3_errmsg(db));
+    sqlite3_reset(statement);
+}
+
+void writeMeta(sqlite3* db, int version, int compatible) {
+    run(db, "CREATE TABLE meta(key LONGVARCHAR NOT NULL UNIQUE PRIMARY KEY, value LONGVARCHAR)");
+    run(db, "INSERT INTO meta VALUES('version','" + std::to_string(version) + "')");
+    run(db, "INSERT INTO meta VALUES('last_compatible_version','" + std::to_string(compatible) + "')");
+}
+
+constexpr const char* kChromiumV4 =
+    "CREATE TABLE cookies (creation_utc INTEGER NOT NULL UNIQUE PRIMARY KEY,host_key TEXT NOT NULL,"
+    "name TEXT NOT NULL,value TEXT NOT NULL,path TEXT NOT NULL,expires_utc INTEGER NOT NULL,"
+    "secure INTEGER NOT NULL,httponly INTEGER NOT NULL,last_access_utc INTEGER NOT NULL);"
+    "CREATE INDEX cookie_times ON cookies (creation_utc);";
+constexpr const char* kChromiumV4Insert =
+    "INSERT INTO cookies VALUES(?1,?2,?3,?4,?5,?1+86400000000,0,0,?1)";
+
+constexpr const char* kChromiumV20 =
+    "CREATE TABLE cookies(creation_utc INTEGER NOT NULL,host_key TEXT NOT NULL,top_frame_site_key TEXT NOT NULL,"
+    "name TEXT NOT NULL,value TEXT NOT NULL,encrypted_value BLOB NOT NULL,path TEXT NOT NULL,"
+    "expires_utc INTEGER NOT NULL,is_secure INTEGER NOT NULL,is_httponly INTEGER NOT NULL,"
+    "last_access_utc INTEGER NOT NULL,has_expires INTEGER NOT NULL,is_persistent INTEGER NOT NULL,"
+    "priority INTEGER NOT NULL,samesite INTEGER NOT NULL,source_scheme INTEGER NOT NULL,"
+    "source_port INTEGER NOT NULL,is_same_party INTEGER NOT NULL,last_update_utc INTEGER NOT NULL);"
+    "CREATE UNIQUE INDEX cookies_unique_index ON cookies(host_key, top_frame_site_key, name, path, "
+    "source_scheme, source_port);";
+constexpr const char* kChromiumV20Insert =
+    "INSERT INTO cookies VALUES(?1,?2,'',?3,?4,X'',?5,?1+86400000000,1,0,?1,1,1,1,-1,2,443,0,?1)";
+
+constexpr const char* kMozillaV2 =
+    "CREATE TABLE moz_cookies (id INTEGER PRIMARY KEY, name TEXT, value TEXT, host TEXT, path TEXT,"
+    "expiry INTEGER, lastAccessed INTEGER, isSecure INTEGER, isHttpOnly INTEGER);";
+constexpr const char* kMozillaV2Insert =
+    "INSERT INTO moz_cookies VALUES(?1,?3,?4,?2,?5,1800000000,1700000000000000+?1,0,0)";
+
+constexpr const char* kMozillaV4 =
+    "CREATE TABLE moz_cookies (id INTEGER PRIMARY KEY, baseDomain TEXT, name TEXT, value TEXT, host TEXT, "
+    "path TEXT, expiry INTEGER, lastAccessed INTEGER, creationTime INTEGER, isSecure INTEGER, "
+    "isHttpOnly INTEGER, CONSTRAINT moz_uniqueid UNIQUE (name, host, path));"
+    "CREATE INDEX moz_basedomain ON moz_cookies (baseDomain);";
+constexpr const char* kMozillaV4Insert =
+    "INSERT INTO moz_cookies VALUES(?1,ltrim(?2,'.'),?3,?4,?2,?5,1800000000,1700000000000000+?1,"
+    "1700000000000000+?1,0,0)";
+
+constexpr const char* kMozillaCurrent =
+    "CREATE TABLE moz_cookies (id INTEGER PRIMARY KEY, originAttributes TEXT NOT NULL DEFAULT '', name TEXT, "
+    "value TEXT, host TEXT, path TEXT, expiry INTEGER, lastAccessed INTEGER, creationTime INTEGER, "
+    "isSecure INTEGER, isHttpOnly INTEGER, inBrowserElement INTEGER DEFAULT 0, sameSite INTEGER DEFAULT 0, "
+    "schemeMap INTEGER DEFAULT 0, isPartitionedAttributeSet INTEGER DEFAULT 0, "
+    "CONSTRAINT moz_uniqueid UNIQUE (name, host, path, originAttributes));";
+constexpr const char* kMozillaCurrentInsert =
+    "INSERT INTO moz_cookies (id, name, value, host, path, expiry, lastAccessed, creationTime, isSecure, "
+    "isHttpOnly) VALUES(?1,?3,?4,?2,?5,1800000000000,1700000000000000+?1,1700000000000000+?1,1,0)";
+
+// Inserts each cookie with ?1 its key, ?2 host, ?3 name, ?4 value, ?5 path.
+void insertCookies(sqlite3* db, const std::string& insert, const std::vector<StoredCookie>& cookies,
+                   std::int64_t (*key)(std::size_t)) {
+    run(db, "BEGIN");
+    Statement statement = prepare(db, insert);
+    for (std::size_t i = 0; i < cookies.size(); ++i) {
+        sqlite3_bind_int64(statement.get(), 1, key(i));
+        bindText(statement.get(), 2, cookies[i].host);
+        bindText(statement.get(), 3, cookies[i].name);
+        bindText(statement.get(), 4, cookies[i].value);
+        bindText(statement.get(), 5, cookies[i].path);
+        stepDone(db, statement.get());
+    }
+    run(db, "COMMIT");
+}
+
+std::int64_t mozillaId(std::size_t index) { return static_cast<std::int64_t>(index) + 1; }
+
+void appendBe32(std::string& out, std::uint32_t value) {
+    for (int shift = 24; shift >= 0; shift -= 8) out.push_back(static_cast<char>(value >> shift & 0xff));
+}
+
+void appendLe(std::string& out, std::uint64_t value, int bytes) {
+    for (int i = 0; i < bytes; ++i) out.push_back(static_cast<char>(value >> (8 * i) & 0xff));
+}
+
+std::string record(const BinaryCookie& cookie) {
+    std::string strings;
+    if (cookie.port) appendLe(strings, *cookie.port, 2);
+    std::uint32_t start = 56;
+    std::uint32_t offsets[4];
+    const std::string* texts[4] = {&cookie.domain, &cookie.name, &cookie.path, &cookie.value};
+    for (int i = 0; i < 4; ++i) {
+        offsets[i] = start + static_cast<std::uint32_t>(strings.size());
+        strings += *texts[i];
+        strings.push_back('\0');
+    }
+    std::string out;
+    appendLe(out, 56 + strings.size(), 4);
+    appendLe(out, 0, 4);
+    appendLe(out, cookie.flags, 4);
+    appendLe(out, cookie.port ? 1 : 0, 4);
+    for (std::uint32_t offset : offsets) appendLe(out, offset, 4);
+    appendLe(out, 0, 8);
+    appendLe(out, std::bit_cast<std::uint64_t>(cookie.expires), 8);
+    appendLe(out, std::bit_cast<std::uint64_t>(cookie.created), 8);
+    return out + strings;
+}
+
+std::string pageBytes(const std::vector<BinaryCookie>& cookies) {
+    std::string records;
+    std::string header("\x00\x00\x01\x00", 4);
+    appendLe(header, cookies.size(), 4);
+    std::size_t offset = 8 + 4 * cookies.size() + 4;
+    for (const BinaryCookie& cookie : cookies) {
+        appendLe(header, offset + records.size(), 4);
+        records += record(cookie);
+    }
+    appendLe(header, 0, 4);
+    return header + records;
+}
+
+// {NSHTTPCookieAcceptPolicy: 2} as a binary property list.
+constexpr unsigned char kDefaultPolicy[] = {
+    0x62, 0x70, 0x6c, 0x69, 0x73, 0x74, 0x30, 0x30, 0xd1, 0x01, 0x02, 0x5f, 0x10, 0x18, 0x4e, 0x53, 0x48, 0x54, 0x54,
+    0x50, 0x43, 0x6f, 0x6f, 0x6b, 0x69, 0x65, 0x41, 0x63, 0x63, 0x65, 0x70, 0x74, 0x50, 0x6f, 0x6c, 0x69, 0x63, 0x79,
+    0x10, 0x02, 0x08, 0x0b, 0x26, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x01, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
+    0x00, 0x03, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x28};
+
+}  // namespace
+
+std::vector<StoredCookie> exampleCookies() {
+    return {
+        {".news.example.net", "__utma"}, {"www.shop.example.de", "NID"},    {".ads.example.io", "UID_x"},
+        {".news.example.net", "session"}, {"forum.example.org", "theme"},  {".mail.example.co.uk", "login"},
+        {"www.example.info", "csrf"},     {".video.example.com", "volume"}, {".video.example.com", "quality"},
+        {"blog.example.org", "draft"},    {".kept.com", "prefs"},           {"www.favourite.org", "lang"},
+        {"shop.kept.com", "cart"},        {".kept.com", "__utmz"},          {"www.favourite.org", "IDE"},
+    };
+}
+
+std::vector<std::string> exampleKeptSites() { return {"kept.com", "favourite.org"}; }
+
+std::int64_t chromiumCreationTime(std::size_t index) { return 13300000000000000 + static_cast<std::int64_t>(index); }
+
+void writeChromiumCookies(const std::string& path, ChromiumCookieSchema schema,
+                          const std::vector<StoredCookie>& cookies) {
+    Database db = createDatabase(path);
+    bool current = schema == ChromiumCookieSchema::Version20;
+    writeMeta(db.get(), current ? 20 : 4, current ? 20 : 3);
+    run(db.get(), current ? kChromiumV20 : kChromiumV4);
+    insertCookies(db.get(), current ? kChromiumV20Insert : kChromiumV4Insert, cookies, chromiumCreationTime);
+}
+
+void writeMozillaCookies(const std::string& path, MozillaCookieSchema schema,
+                         const std::vector<StoredCookie>& cookies) {
+    Database db = createDatabase(path);
+    switch (schema) {
+        case MozillaCookieSchema::Version2:
+            run(db.get(), std::string(kMozillaV2) + "PRAGMA user_version = 2;");
+            insertCookies(db.get(), kMozillaV2Insert, cookies, mozillaId);
+            break;
+        case MozillaCookieSchema::Version4:
+            run(db.get(), std::string(kMozillaV4) + "PRAGMA user_version = 4;");
+            insertCookies(db.get(), kMozillaV4Insert, cookies, mozillaId);
+            break;
+        case MozillaCookieSchema::Current:
+            run(db.get(), std::string(kMozillaCurrent) + "PRAGMA user_version = 14;");
+            insertCookies(db.get(), kMozillaCurrentInsert, cookies, mozillaId);
+            break;
+    }
+}
+
+void writeOriginBoundCerts(const std::string& path, const std::vector<std::optional<std::string>>& origins) {
+    Database db = createDatabase(path);
+    writeMeta(db.get(), 3, 1);
+    run(db.get(),
+        "CREATE TABLE origin_bound_certs (origin TEXT NOT NULL UNIQUE PRIMARY KEY,private_key BLOB NOT NULL,"
+        "cert BLOB NOT NULL,cert_type INTEGER,expiration_time INTEGER)");
+    Statement statement = prepare(db.get(), "INSERT INTO origin_bound_certs VALUES(?1,X'3082',X'3082',1,13400000000000000)");
+    for (const auto& origin : origins) {
+        bindText(statement.get(), 1, origin);
+        stepDone(db.get(), statement.get());
+    }
+}
+
+std::vector<std::string> queryColumn(const std::string& path, const std::string& sql) {
+    Database db = openDatabase(path);
+    Statement statement = prepare(db.get(), sql);
+    std::vector<std::string> values;
+    int status;
+    while ((status = sqlite3_step(statement.get())) == SQLITE_ROW) {
+        const unsigned char* text = sqlite3_column_text(statement.get(), 0);
+        values.emplace_back(text != nullptr ? reinterpret_cast<const char*>(text) : "NULL");
+    }
+    if (status != SQLITE_DONE) throw std::runtime_error(std::string(sqlite3_errmsg(db.get())) + " in: " + sql);
+    return values;
+}
+
+void executeSql(const std::string& path, const std::string& sql) { run(openDatabase(path).get(), sql); }
+
+BinaryCookieFileBuilder& BinaryCookieFileBuilder::page(std::vector<BinaryCookie> cookies) {
+    pages_.push_back(std::move(cookies));
+    return *this;
+}
+
+std::string BinaryCookieFileBuilder::bytes() const {
+    std::vector<std::string> pages;
+    for (const auto& cookies : pages_) pages.push_back(pageBytes(cookies));
+    std::string out("cook");
+    appendBe32(out, static_cast<std::uint32_t>(pages.size()));
+    for (const std::string& page : pages) appendBe32(out, static_cast<std::uint32_t>(page.size()));
+    std::uint32_t checksum = 0;
+    for (const std::string& page : pages) {
+        out += page;
+        for (std::size_t at = 0; at < page.size(); at += 4) checksum += static_cast<unsigned char>(page[at]);
+    }
+    appendBe32(out, checksum);
+    out += std::string("\x07\x17\x20\x05", 4);
+    appendBe32(out, sizeof kDefaultPolicy);
+    out.append(reinterpret_cast<const char*>(kDefaultPolicy), sizeof kDefaultPolicy);
+    return out;
+}
+
+void writeSampleCookieStores(const SampleHome& home) {
+    const std::vector<StoredCookie> cookies = exampleCookies();
+    const std::vector<std::optional<std::string>> certificates = {"kept.com", "www.kept.com", "example.net"};
+    const std::string chrome = kChromeRoot;
+    writeChromiumCookies(home.path(chrome + "/Default/Cookies"), ChromiumCookieSchema::Version20, cookies);
+    writeChromiumCookies(home.path(chrome + "/Profile 1/Cookies"), ChromiumCookieSchema::Version4, cookies);
+    writeOriginBoundCerts(home.path(chrome + "/Default/Origin Bound Certs"), certificates);
+    writeChromiumCookies(home.path(std::string(kChromiumRoot) + "/Default/Cookies"), ChromiumCookieSchema::Version20,
+                         cookies);
+    writeChromiumCookies(home.path(std::string(kOperaRoot) + "/Cookies"), ChromiumCookieSchema::Version4, cookies);
+    writeOriginBoundCerts(home.path(std::string(kOperaRoot) + "/Origin Bound Certs"), certificates);
+    writeMozillaCookies(home.path(std::string(kFirefoxProfiles) + "/sample.default/cookies.sqlite"),
+                        MozillaCookieSchema::Current, cookies);
+    writeMozillaCookies(home.path(std::string(kFirefoxProfiles) + "/old.profile/cookies.sqlite"),
+                        MozillaCookieSchema::Version4, cookies);
+    writeMozillaCookies(home.path(kCaminoCookies), MozillaCookieSchema::Version2, cookies);
+
+    std::vector<BinaryCookie> binary;
+    for (const StoredCookie& cookie : cookies) binary.emplace_back(*cookie.host, *cookie.name, cookie.path, cookie.value);
+    std::vector<BinaryCookie> first(binary.begin(), binary.begin() + 8), second(binary.begin() + 8, binary.end());
+    home.writeFile(kBinaryCookieFile, BinaryCookieFileBuilder().page(first).page(second).bytes());
+}
+
+}  // namespace tasselby::testing
