@@ -25,10 +25,13 @@ public:
     void classify(CookieRecord record, const std::string& host, const std::optional<std::string>& name) {
         std::optional<std::string> site = WorkerExtras::siteWithDomainName(host);
         if (!site) return;
-        std::size_t position = records_.size();
+        const bool notKept = keep_.count(*site) == 0;
+        const bool tracking = isTrackingCookieName(name, catalogue_);
+        if (!notKept && !tracking) return;  // stays, and nothing needs it again
+        const std::size_t position = records_.size();
         records_.push_back(std::move(record));
-        if (keep_.count(*site) == 0) nonKept_.push_back(position);
-        if (isTrackingCookieName(name, catalogue_)) tracking_.push_back(position);
+        if (notKept) nonKept_.push_back(position);
+        if (tracking) tracking_.push_back(position);
     }
 
     void classifyRow(SqlRow row, const char* hostColumn) {
@@ -43,6 +46,7 @@ public:
     // The count takes the tracking list on top of the non-kept list, so a
     // tracking cookie of a site that is not kept counts twice; the removal
     // list holds each record once.
+    // Hands the records over: the sorter is spent afterwards.
     CookieInventory inventory() {
         CookieInventory result;
         result.cookieCount = static_cast<long>(nonKept_.size() + tracking_.size());
@@ -53,9 +57,13 @@ public:
             return CookieRecordLess()(records_[left], records_[right]);
         };
         std::set<std::size_t, decltype(sameRecord)> unique(sameRecord);
+        std::vector<std::size_t> chosen;
         for (std::size_t position : combined) {
-            if (unique.insert(position).second) result.removalList.push_back(records_[position]);
+            if (unique.insert(position).second) chosen.push_back(position);
         }
+        // Only now may the records move: the set compares them until the end.
+        result.removalList.reserve(chosen.size());
+        for (std::size_t position : chosen) result.removalList.push_back(std::move(records_[position]));
         return result;
     }
 

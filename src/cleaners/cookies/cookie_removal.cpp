@@ -8,47 +8,55 @@ namespace tasselby {
 namespace {
 
 std::string doublingQuotes(const std::string& text) {
-    return componentsJoinedByString(componentsSeparatedByString(text, "'"), "''");
+    std::string doubled;
+    doubled.reserve(text.size() + 2);
+    for (char c : text) {
+        doubled.push_back(c);
+        if (c == '\'') doubled.push_back('\'');
+    }
+    return doubled;
 }
 
-// The deletion statement for one row: its host and its identifying value,
-// quotes doubled, written into the statement. Nothing for a record that is
-// not a row or lacks either value (SQL NULL): no statement could name it.
-std::optional<std::string> deletionStatement(const CookieRecord& record, const char* format, const char* hostColumn,
-                                             const char* keyColumn) {
-    const SqlRow* row = std::get_if<SqlRow>(&record);
-    if (row == nullptr) return std::nullopt;
-    auto host = row->find(hostColumn);
-    auto key = row->find(keyColumn);
-    if (host == row->end() || key == row->end()) return std::nullopt;
-    const std::string* hostText = sqlText(host->second);
-    const std::string* keyText = sqlText(key->second);
-    if (hostText == nullptr || keyText == nullptr) return std::nullopt;
-    return stringWithFormat(format, {doublingQuotes(*hostText), doublingQuotes(*keyText)});
+// The deletion statement of every record that is a row holding both values,
+// in list order: its host and its identifying value, quotes doubled, written
+// into the statement. A record that lacks either value (SQL NULL) gets none:
+// no statement could name it. Built once and sent to every profile; the
+// records are used up, so their rows are freed before the deletions start.
+std::vector<std::string> deletionStatements(std::vector<CookieRecord> records, const char* format,
+                                            const char* hostColumn, const char* keyColumn) {
+    std::vector<std::string> statements;
+    statements.reserve(records.size());
+    for (const CookieRecord& record : records) {
+        const SqlRow* row = std::get_if<SqlRow>(&record);
+        if (row == nullptr) continue;
+        auto host = row->find(hostColumn);
+        auto key = row->find(keyColumn);
+        if (host == row->end() || key == row->end()) continue;
+        const std::string* hostText = sqlText(host->second);
+        const std::string* keyText = sqlText(key->second);
+        if (hostText == nullptr || keyText == nullptr) continue;
+        statements.push_back(stringWithFormat(format, {doublingQuotes(*hostText), doublingQuotes(*keyText)}));
+    }
+    return statements;
 }
 
 // One connection serves the whole list. A failed statement (a locked
 // database, say) is passed over: the counts report what was chosen, not
 // what went.
-void deleteFromMozillaDatabase(const std::string& path, const std::vector<CookieRecord>& records) {
+void deleteFromMozillaDatabase(const std::string& path, const std::vector<std::string>& statements) {
     Sqlite database;
     if (!database.open(path)) return;
-    for (const CookieRecord& record : records) {
-        if (auto statement = deletionStatement(record, kDeleteMozillaCookie, kMozillaHostColumn, kMozillaKeyColumn)) {
-            database.executeQuery(*statement);
-        }
-    }
+    for (const std::string& statement : statements) database.executeQuery(statement);
 }
 
 // A fresh connection for every record: the cost (profiles times records
 // openings) is accepted, so that each deletion stands on its own.
 void deleteFromChromiumDatabase(Platform& platform, const std::string& path,
-                                const std::vector<CookieRecord>& records) {
-    for (const CookieRecord& record : records) {
-        auto statement = deletionStatement(record, kDeleteChromiumCookie, kChromiumHostColumn, kChromiumKeyColumn);
-        if (!statement || !platform.fileExists(path)) continue;
+                                const std::vector<std::string>& statements) {
+    for (const std::string& statement : statements) {
+        if (!platform.fileExists(path)) continue;
         Sqlite database;
-        if (database.open(path)) database.executeQuery(*statement);
+        if (database.open(path)) database.executeQuery(statement);
     }
 }
 
@@ -57,7 +65,7 @@ void deleteFromChromiumDatabase(Platform& platform, const std::string& path,
 std::array<long, 2> WorkerAppDelegate::removeCookies(const std::string& browser, const KeepList& keepCookies) {
     CookieInventory inventory = cookies(browser, keepCookies);
     std::array<long, 2> counts{inventory.cookieCount, inventory.trackingCount};
-    const std::vector<CookieRecord>& removalList = inventory.removalList;
+    std::vector<CookieRecord> removalList = std::move(inventory.removalList);
 
     if (browser == kSafari) {
         std::vector<HttpCookie> stored;
@@ -68,19 +76,26 @@ std::array<long, 2> WorkerAppDelegate::removeCookies(const std::string& browser,
     } else if (browser == kFirefox) {
         // A record does not remember its profile, so the whole list goes to
         // every profile; a row elsewhere with the same host and id goes too.
+        std::vector<std::string> statements =
+            deletionStatements(std::move(removalList), kDeleteMozillaCookie, kMozillaHostColumn, kMozillaKeyColumn);
         for (const std::string& folder : firefoxProfileFolders(*this)) {
             std::string path = appendingPathComponent(folder, kMozillaCookieFile);
-            if (platform_.fileExists(path)) deleteFromMozillaDatabase(path, removalList);
+            if (platform_.fileExists(path)) deleteFromMozillaDatabase(path, statements);
         }
     } else if (browser == kCamino) {
         std::string path = expandTilde(kCaminoCookieDatabase);
-        if (platform_.fileExists(path)) deleteFromMozillaDatabase(path, removalList);
+        if (platform_.fileExists(path)) {
+            deleteFromMozillaDatabase(path, deletionStatements(std::move(removalList), kDeleteMozillaCookie,
+                                                               kMozillaHostColumn, kMozillaKeyColumn));
+        }
     } else if (isChromiumFamily(browser)) {
         std::vector<std::string> folders = chromiumProfileFolders(*this, browser);
         // Certificates are pruned before any cookie is deleted.
         deleteChromeChannelID(browser, keepCookies);
+        std::vector<std::string> statements =
+            deletionStatements(std::move(removalList), kDeleteChromiumCookie, kChromiumHostColumn, kChromiumKeyColumn);
         for (const std::string& folder : folders) {
-            deleteFromChromiumDatabase(platform_, appendingPathComponent(folder, kChromiumCookieFile), removalList);
+            deleteFromChromiumDatabase(platform_, appendingPathComponent(folder, kChromiumCookieFile), statements);
         }
     }
     return counts;
