@@ -65,6 +65,9 @@ struct PreferenceCase {
     bool posts;
 };
 
+// Names the case in test listings instead of dumping its bytes.
+void PrintTo(const PreferenceCase& preference, std::ostream* out) { *out << preference.name; }
+
 class NotificationPreference : public ::testing::TestWithParam<PreferenceCase> {};
 
 TEST_P(NotificationPreference, DecidesWhetherTheReportIsPosted) {
