@@ -4,7 +4,6 @@
 
 #include "app/worker_app_delegate.h"
 #include "platform/fake_platform.h"
-#include "support/busy_executable.h"
 #include "support/overwrite_pattern.h"
 #include "support/sample_home.h"
 
@@ -32,25 +31,6 @@ TEST_F(DisposalTest, RefusedOverwriteLeavesTheFileWhereItIs) {
     EXPECT_FALSE(home.exists("cache/data")) << "without the switch the file goes plainly";
 }
 
-TEST_F(DisposalTest, RunningExecutableCannotBeOverwrittenAndStays) {
-    std::string path = home.path("cache/busy");
-    testing::BusyExecutable busy(path);
-    delegate.dispose(path, true);
-    EXPECT_EQ(home.read("cache/busy"), busy.contents());
-    EXPECT_TRUE(platform.removed.empty());
-}
-
-TEST_F(DisposalTest, SecondHardLinkShowsTheOverwrite) {
-    std::string outside = home.writeFile("outside/keeper", std::string(3000, '\xFF'));
-    home.makeFolder("cache");
-    fs::create_hard_link(outside, home.path("cache/data"));
-    delegate.dispose(home.path("cache/data"), true);
-    EXPECT_FALSE(home.exists("cache/data"));
-    std::string bytes = home.read("outside/keeper");
-    EXPECT_EQ(bytes.size(), 3000u);
-    EXPECT_TRUE(testing::isLastPassPattern(bytes));
-}
-
 TEST_F(DisposalTest, LinkIsOverwrittenThroughButOnlyTheLinkIsRemoved) {
     std::string target = home.writeFile("elsewhere/target", std::string(2000, '\xFF'));
     home.makeFolder("cache");
@@ -59,13 +39,6 @@ TEST_F(DisposalTest, LinkIsOverwrittenThroughButOnlyTheLinkIsRemoved) {
     EXPECT_FALSE(home.exists("cache/link"));
     ASSERT_TRUE(home.exists("elsewhere/target"));
     EXPECT_TRUE(testing::isLastPassPattern(home.read("elsewhere/target")));
-}
-
-TEST_F(DisposalTest, FolderIsRemovedWholeAfterItsWalk) {
-    home.writeFile("cache/a/b/c", "x");
-    delegate.dispose(home.path("cache"), true);
-    EXPECT_FALSE(home.exists("cache"));
-    EXPECT_TRUE(platform.overwritten.empty());
 }
 
 TEST_F(DisposalTest, RemovalNeverFollowsALinkOutOfTheTree) {
@@ -83,6 +56,7 @@ TEST_F(DisposalTest, RemovalNeverFollowsALinkOutOfTheTree) {
         EXPECT_EQ(home.read("outside/folder/kept"), "kept");
         EXPECT_EQ(home.read("outside/file"), "kept");
     }
+    EXPECT_TRUE(platform.overwritten.empty()) << "a folder is walked, not written, before it goes";
 }
 
 }  // namespace

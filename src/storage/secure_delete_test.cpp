@@ -25,9 +25,11 @@ public:
     }
     long writeToFile(int fd, const unsigned char* bytes, std::size_t count) override {
         writes.push_back(count);
+        if (failedWrites > 0 && failedWrites--) return -1;
         return FakePlatform::writeToFile(fd, bytes, count);
     }
 
+    int failedWrites = 0;
     bool failStatus = false;
     std::optional<std::uint64_t> reportedSize;
     std::vector<std::size_t> writes;
@@ -39,9 +41,7 @@ protected:
     testing::SampleHome home{folder.path()};
     WriteRecordingPlatform platform{folder.path()};
 
-    std::string fileOf(std::size_t size, const std::string& name = "data.bin") {
-        return home.writeFile(name, std::string(size, '\xFF'));
-    }
+    std::string fileOf(std::size_t size) { return home.writeFile("data.bin", std::string(size, '\xFF')); }
 };
 
 TEST_F(SecureDeleteTest, EmptyFileIsOpenedThreeTimesWithoutWrites) {
@@ -56,9 +56,8 @@ TEST_F(SecureDeleteTest, EachPassWritesWholeBuffersThenTheRestAndTheLastLeavesNo
     std::string path = fileOf(5000);
     EXPECT_TRUE(SecureDelete::wipe(platform, path));
 
-    std::vector<std::size_t> onePass = {1024, 1024, 1024, 1024, 904};
     std::vector<std::size_t> expected;
-    for (int pass = 0; pass < 3; ++pass) expected.insert(expected.end(), onePass.begin(), onePass.end());
+    for (int pass = 0; pass < 3; ++pass) expected.insert(expected.end(), {1024, 1024, 1024, 1024, 904});
     EXPECT_EQ(platform.writes, expected);
     EXPECT_EQ(platform.overwritten.size(), 3u) << "every pass reopens the file";
     std::string bytes = home.read("data.bin");
@@ -67,40 +66,30 @@ TEST_F(SecureDeleteTest, EachPassWritesWholeBuffersThenTheRestAndTheLastLeavesNo
     EXPECT_TRUE(platform.removed.empty()) << "overwriting never removes";
 }
 
-TEST_F(SecureDeleteTest, SinglePassesFillTheFileWithTheirByte) {
-    const std::pair<int, char> passes[] = {{1, '\x55'}, {2, '\xAA'}};
-    for (auto [phase, byte] : passes) {
-        std::string path = fileOf(3000);
+// Phases 1 and 2 write their byte; every phase-3 call draws a new pattern.
+TEST_F(SecureDeleteTest, SinglePassesFillTheFileWithTheirPattern) {
+    std::string path = fileOf(3000);
+    for (auto [phase, byte] : {std::pair{1, '\x55'}, std::pair{2, '\xAA'}}) {
         EXPECT_TRUE(SecureDelete::wipe(platform, path, phase));
         EXPECT_EQ(home.read("data.bin"), std::string(3000, byte)) << "phase " << phase;
     }
-}
-
-TEST_F(SecureDeleteTest, EveryPhaseThreeCallDrawsANewPattern) {
-    std::string path = fileOf(1024);
     ASSERT_TRUE(SecureDelete::wipe(platform, path, 3));
     std::string first = home.read("data.bin");
     ASSERT_TRUE(SecureDelete::wipe(platform, path, 3));
     EXPECT_NE(home.read("data.bin"), first);
 }
 
-TEST_F(SecureDeleteTest, InvalidPhaseFailsWithoutWritingAndKeepsTheDescriptor) {
+// An invalid phase or a failed status answers NO without writing and leaves
+// the descriptor open; a failing pass ends the sequence.
+TEST_F(SecureDeleteTest, EarlyFailuresKeepTheDescriptor) {
     std::string path = fileOf(100);
-    for (int phase : {0, 4, -1}) {
-        EXPECT_FALSE(SecureDelete::wipe(platform, path, phase)) << "phase " << phase;
-    }
-    EXPECT_TRUE(platform.writes.empty());
-    EXPECT_EQ(platform.openFiles.size(), 3u);
-    for (const auto& open : platform.openFiles) close(open.first);
-}
-
-TEST_F(SecureDeleteTest, FailedStatusFailsAtTheFirstPassAndKeepsTheDescriptor) {
-    std::string path = fileOf(100);
+    for (int phase : {0, 4, -1}) EXPECT_FALSE(SecureDelete::wipe(platform, path, phase)) << "phase " << phase;
     platform.failStatus = true;
     EXPECT_FALSE(SecureDelete::wipe(platform, path));
-    EXPECT_EQ(platform.overwritten.size(), 1u) << "phases 2 and 3 are not tried";
-    EXPECT_EQ(platform.openFiles.size(), 1u);
-    close(platform.openFiles.begin()->first);
+    EXPECT_EQ(platform.overwritten.size(), 4u) << "phases 2 and 3 are not tried";
+    EXPECT_TRUE(platform.writes.empty());
+    EXPECT_EQ(platform.openFiles.size(), 4u);
+    for (const auto& open : platform.openFiles) close(open.first);
 }
 
 TEST_F(SecureDeleteTest, OnlyTheLowThirtyTwoBitsOfTheSizeAreWritten) {
@@ -114,13 +103,17 @@ TEST_F(SecureDeleteTest, OnlyTheLowThirtyTwoBitsOfTheSizeAreWritten) {
     EXPECT_EQ(platform.writes, std::vector<std::size_t>{10});
 }
 
-TEST_F(SecureDeleteTest, MissingPathNeedsNoOverwrite) {
+TEST_F(SecureDeleteTest, FailedWriteCountsAsMinusOneAndTheLoopGoesOn) {
+    std::string path = fileOf(100);
+    platform.failedWrites = 1;
+    EXPECT_TRUE(SecureDelete::wipe(platform, path, 2));
+    EXPECT_EQ(platform.writes, (std::vector<std::size_t>{100, 101}));
+}
+
+TEST_F(SecureDeleteTest, WipeContentsofDirOverwritesTheOneFileAndPassesOverAMissingOne) {
     EXPECT_TRUE(SecureDelete::wipe(platform, folder / "missing"));
     EXPECT_TRUE(SecureDelete::wipeContentsofDir(platform, folder / "missing"));
     EXPECT_TRUE(platform.overwritten.empty());
-}
-
-TEST_F(SecureDeleteTest, WipeContentsofDirOverwritesTheOneFile) {
     std::string path = fileOf(2048);
     EXPECT_TRUE(SecureDelete::wipeContentsofDir(platform, path));
     EXPECT_EQ(platform.overwritten.size(), 3u);
@@ -136,14 +129,6 @@ TEST_F(SecureDeleteTest, FolderIsWalkedWithoutWriting) {
     EXPECT_TRUE(SecureDelete::wipe(platform, home.makeFolder("empty")));
     EXPECT_TRUE(platform.overwritten.empty());
     EXPECT_EQ(home.read("cache/sub/deeper/b"), "second");
-}
-
-TEST_F(SecureDeleteTest, RefusedOpenFailsAtOnce) {
-    std::string path = fileOf(100);
-    platform.refuseOverwrite.insert(path);
-    EXPECT_FALSE(SecureDelete::wipe(platform, path));
-    EXPECT_TRUE(platform.writes.empty());
-    EXPECT_EQ(home.read("data.bin"), std::string(100, '\xFF'));
 }
 
 }  // namespace

