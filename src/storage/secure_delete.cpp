@@ -4,6 +4,10 @@
 #include <cstdint>
 #include <random>
 
+#include <sys/random.h>
+#include <time.h>
+#include <unistd.h>
+
 #include "app/text.h"
 
 namespace tasselby {
@@ -15,6 +19,18 @@ constexpr unsigned char kPhaseOneByte = 0x55;
 constexpr unsigned char kPhaseTwoByte = 0xAA;
 // Random bytes are taken modulo this, so 0xFF never appears in the last pass.
 constexpr unsigned kRandomModulus = 255;
+
+// A seed from the system's random source. getrandom cannot throw, unlike
+// std::random_device; should the source fail, the clock and the process id
+// still give every call a seed of its own.
+std::uint32_t systemSeed() {
+    std::uint32_t seed = 0;
+    if (getrandom(&seed, sizeof seed, 0) == static_cast<ssize_t>(sizeof seed)) return seed;
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::uint32_t>(now.tv_nsec) ^ static_cast<std::uint32_t>(now.tv_sec) ^
+           static_cast<std::uint32_t>(getpid());
+}
 
 // Fills the buffer for one pass; false for a phase that does not exist.
 bool fillPassBuffer(unsigned char (&buffer)[kPassBufferSize], int phase) {
@@ -28,7 +44,7 @@ bool fillPassBuffer(unsigned char (&buffer)[kPassBufferSize], int phase) {
         case 3: {
             // A fresh seed from the system's random source on every call, so
             // no two files (and no two runs) share the last pattern.
-            std::mt19937 generator(std::random_device{}());
+            std::mt19937 generator(systemSeed());
             for (unsigned char& byte : buffer) byte = static_cast<unsigned char>(generator() % kRandomModulus);
             return true;
         }
