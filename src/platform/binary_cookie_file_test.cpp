@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <random>
 
 #include "support/cookie_stores.h"
@@ -132,6 +133,13 @@ TEST(BinaryCookieFile, RemovesOnlyTheVeryCookieItListed) {
     EXPECT_TRUE(file->remove(sid));
     EXPECT_FALSE(file->remove(sid)) << "already gone";
     EXPECT_EQ(file->cookies().size(), 5u);
+
+    // Dates whose bytes spell NaN still name their own record.
+    auto odd = BinaryCookieFile::parse(
+        BinaryCookieFileBuilder().page({{".a.com", "x", "/", "1", 0, std::nan(""), std::nan("")}}).bytes());
+    ASSERT_TRUE(odd);
+    EXPECT_TRUE(odd->remove(odd->cookies().at(0)));
+    EXPECT_TRUE(odd->cookies().empty());
 }
 
 std::string patched(std::string bytes, std::size_t at, std::string_view with) {
