@@ -22,8 +22,8 @@ std::string lastPathComponent(std::string_view path);
 // The last component without its final extension ("a.b.localstorage" -> "a.b");
 // a name that only begins with "." keeps it.
 std::string deletingPathExtension(std::string_view path);
-// "~" and "~/..." become the home folder; any other path is only tidied
-// (repeated and trailing "/" dropped).
+// "~" and "~/..." become the home folder, with repeated and trailing "/"
+// dropped; any other path, "~user/..." included, comes back unchanged.
 std::string expandTilde(std::string_view path, std::string_view home);
 
 }  // namespace tasselby

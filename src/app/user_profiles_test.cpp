@@ -16,19 +16,14 @@ protected:
     WorkerAppDelegate delegate{platform};
 };
 
+// Only an exact "Google Chrome" reads Chrome's file; every other name reads Chromium's.
 TEST_F(UserProfilesTest, ProfilesInFileOrderWithoutNamelessOnes) {
     home.writeLocalState(testing::kChromeRoot, {{"Profile 3", "Work"}, {"Guest", ""}, {"Default", "Person 1"}});
-    ProfileMap expected{{"Profile 3", "Work"}, {"Default", "Person 1"}};
-    EXPECT_EQ(delegate.userProfiles("Google Chrome"), expected);
-}
-
-TEST_F(UserProfilesTest, OnlyGoogleChromeReadsTheChromeFile) {
-    home.writeLocalState(testing::kChromeRoot, {{"Default", "Chrome person"}});
     home.writeLocalState(testing::kChromiumRoot, {{"Profile 1", "Chromium person"}});
-    ProfileMap chromium{{"Profile 1", "Chromium person"}};
-    EXPECT_EQ(delegate.userProfiles("Chromium"), chromium);
-    EXPECT_EQ(delegate.userProfiles("Opera"), chromium);
-    EXPECT_EQ(delegate.userProfiles("google chrome"), chromium);
+    EXPECT_EQ(delegate.userProfiles("Google Chrome"), (ProfileMap{{"Profile 3", "Work"}, {"Default", "Person 1"}}));
+    for (const char* other : {"Chromium", "Opera", "google chrome"}) {
+        EXPECT_EQ(delegate.userProfiles(other), (ProfileMap{{"Profile 1", "Chromium person"}})) << other;
+    }
 }
 
 TEST_F(UserProfilesTest, UnusableDocumentsGiveAnEmptyMap) {

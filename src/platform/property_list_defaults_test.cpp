@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "app/names.h"
 #include "platform/linux_platform.h"
 #include "support/sample_home.h"
@@ -23,11 +21,11 @@ protected:
     SampleHome home{folder.path()};
 
     // The worker's lookup order: its own domain, then the suite.
-    bool read(const std::string& key = kKey) {
+    bool read() {
         PropertyListDefaults defaults(home.path("Library/Preferences"));
         defaults.addDomain(kWorkerDomain);
         defaults.addDomain(kSuiteName);
-        return defaults.boolForKey(key);
+        return defaults.boolForKey(kKey);
     }
     std::string suiteFile() const { return "Library/Preferences/" + std::string(kSuiteName) + ".plist"; }
 };
@@ -53,14 +51,8 @@ TEST_F(PropertyListDefaultsTest, OnlyTrueAndIntegerOneReadYesInBothFormats) {
     }
 }
 
-TEST_F(PropertyListDefaultsTest, MissingKeyOrFileReadsNo) {
+TEST_F(PropertyListDefaultsTest, MissingOrUnreadableFilesReadNo) {
     EXPECT_FALSE(read()) << "no property list at all";
-    home.writePreferences(kSuiteName, {{"removeAll", PreferenceValue::boolean(true)}});
-    EXPECT_FALSE(read());
-    EXPECT_TRUE(read("removeAll"));
-}
-
-TEST_F(PropertyListDefaultsTest, UnreadableFilesReadNo) {
     home.writePreferences(kSuiteName, {{kKey, PreferenceValue::boolean(true)}});
     std::string valid = home.read(suiteFile());
     const std::pair<const char*, std::string> cases[] = {
@@ -78,29 +70,16 @@ TEST_F(PropertyListDefaultsTest, UnreadableFilesReadNo) {
     EXPECT_FALSE(read()) << "a folder in place of the file";
 }
 
+// The worker's domain comes first: a key it lacks is the suite's, while a key
+// it holds answers whatever the value's type.
 TEST_F(PropertyListDefaultsTest, FirstDomainHoldingTheKeyAnswers) {
     home.writePreferences(kSuiteName, {{kKey, PreferenceValue::boolean(true)}});
     home.writePreferences(kWorkerDomain, {{"removeAll", PreferenceValue::boolean(true)}});
-    EXPECT_TRUE(read()) << "the worker's domain lacks the key, the suite answers";
-
-    home.writePreferences(kWorkerDomain, {{kKey, PreferenceValue::boolean(false)}});
-    EXPECT_FALSE(read()) << "a NO in the worker's domain hides the suite's YES";
-
+    EXPECT_TRUE(read());
     home.writePreferences(kWorkerDomain, {{kKey, PreferenceValue::string("no")}});
-    EXPECT_FALSE(read()) << "a value of another type still answers for the key";
-
+    EXPECT_FALSE(read());
     home.writeFile("Library/Preferences/" + std::string(kWorkerDomain) + ".plist", "garbage");
     EXPECT_TRUE(read()) << "an unreadable domain holds no key";
-}
-
-TEST_F(PropertyListDefaultsTest, DomainAddedTwiceKeepsItsFirstPlace) {
-    home.writePreferences(kSuiteName, {{kKey, PreferenceValue::boolean(true)}});
-    home.writePreferences(kWorkerDomain, {{kKey, PreferenceValue::boolean(false)}});
-    PropertyListDefaults defaults(home.path("Library/Preferences"));
-    defaults.addDomain(kWorkerDomain);
-    defaults.addDomain(kSuiteName);
-    defaults.addDomain(kWorkerDomain);
-    EXPECT_FALSE(defaults.boolForKey(kKey));
 }
 
 }  // namespace

@@ -40,74 +40,36 @@ protected:
     FlashTree player = FlashTree::systemPlayer(home);
 };
 
-TEST_F(FlashCleanerTest, SharedObjectsAreCountedOncePerHostAndLeftInTheHome) {
-    std::string withWww = player.addSharedObject("RZXX9SFB", "www.example.com");
-    std::string bare = player.addSharedObject("4PRPYGAV", "example.com");
-    std::string other = player.addSharedObject("4PRPYGAV", "news.example.com");
-
-    EXPECT_EQ(delegate.removeFlash("Safari", {}), 2);
-    for (const std::string& folder : {withWww, bare, other}) {
-        EXPECT_TRUE(home.exists(folder)) << folder;
-        EXPECT_TRUE(recordedRemoval(unexpanded(folder))) << folder;
-    }
-}
-
-TEST_F(FlashCleanerTest, DotEntriesAndKeptSitesAreLeftAlone) {
+// Only the single-"#" settings entries are removed by their expanded path;
+// everything else chosen is removed by its unexpanded one and stays in the
+// home. Kept sites, dot-names among the shared objects, the global settings
+// and names without "#" are not touched.
+TEST_F(FlashCleanerTest, EachChosenHostCountsOnceWhateverItsPathForm) {
+    std::vector<std::string> unexpandedRemovals{
+        player.addSharedObject("RZXX9SFB", "www.example.com"), player.addSharedObject("4PRPYGAV", "example.com"),
+        player.addSharedObject("4PRPYGAV", "news.example.com"), player.addGroupedSettings("##", "two.com"),
+        player.addGroupedSettings("##", "www.three.com"), player.addGroupedSettings("##", ".hidden.com")};
+    std::vector<std::string> expandedRemovals{player.addSiteSettings("www.one.com"), player.addSiteSettings("^odd")};
     player.addSharedObject("RZXX9SFB", "www.kept.com");
     player.addSharedObject("RZXX9SFB", "mail.kept.com");
-    home.writeFile(std::string(testing::kFlashSharedObjects) + "/RZXX9SFB/.DS_Store", "x");
-    home.writeFile(std::string(testing::kFlashSharedObjects) + "/.DS_Store", "x");
     player.addSiteSettings("www.kept.com");
     player.addGroupedSettings("##", "kept.com");
-
-    EXPECT_EQ(delegate.removeFlash("Safari", {"kept.com"}), 0);
-    EXPECT_TRUE(platform.removed.empty());
-}
-
-TEST_F(FlashCleanerTest, SettingsEntriesFollowTheirOwnPathForms) {
+    home.writeFile(std::string(testing::kFlashSharedObjects) + "/RZXX9SFB/.DS_Store", "x");
+    home.writeFile(std::string(testing::kFlashSharedObjects) + "/.DS_Store", "x");
     std::string global = player.addGlobalSettings();
-    std::string site = player.addSiteSettings("www.one.com");
-    std::string groupedA = player.addGroupedSettings("##", "two.com");
-    std::string groupedB = player.addGroupedSettings("##", "www.three.com");
-    std::string dotted = player.addGroupedSettings("##", ".hidden.com");
     std::string noHash = home.makeFolder(std::string(testing::kFlashSettings) + "/four.com");
-    std::string nameless = player.addSiteSettings("^odd");
 
-    // one.com, two.com, three.com, .hidden.com and ^odd, which names no site.
-    EXPECT_EQ(delegate.removeFlash("WebKit", {"three.org"}), 5);
-    EXPECT_FALSE(home.exists(site));
-    EXPECT_FALSE(home.exists(nameless));
-    EXPECT_TRUE(recordedRemoval(home.path(site)));
-    for (const std::string& grouped : {groupedA, groupedB, dotted}) {
-        EXPECT_TRUE(home.exists(grouped)) << grouped;
-        EXPECT_TRUE(recordedRemoval(unexpanded(grouped))) << grouped;
+    // example.com, news.example.com, two.com, three.com, .hidden.com, one.com
+    // and ^odd, which names no site.
+    EXPECT_EQ(delegate.removeFlash("WebKit", {"three.org", "kept.com"}), 7);
+    for (const std::string& path : unexpandedRemovals) {
+        EXPECT_TRUE(home.exists(path)) << path;
+        EXPECT_TRUE(recordedRemoval(unexpanded(path))) << path;
     }
+    for (const std::string& path : expandedRemovals) EXPECT_FALSE(home.exists(path)) << path;
     EXPECT_TRUE(home.exists(global));
     EXPECT_TRUE(fs::exists(noHash));
-    EXPECT_EQ(platform.removed.size(), 5u);
-}
-
-TEST_F(FlashCleanerTest, ATildeFolderInTheWorkingFolderTakesTheUnexpandedRemovals) {
-    std::string shared = player.addSharedObject("RZXX9SFB", "www.example.com");
-    std::string grouped = player.addGroupedSettings("##", "two.com");
-    std::string site = player.addSiteSettings("one.com");
-    FlashTree workPlayer = FlashTree::systemPlayer(tildeTree);
-    workPlayer.addSharedObject("RZXX9SFB", "www.example.com");
-    workPlayer.addGroupedSettings("##", "two.com");
-    workPlayer.addSiteSettings("one.com");
-    std::string kept = workPlayer.addSharedObject("RZXX9SFB", "kept.com");
-    std::string unrelated = tildeTree.writeFile("Library/Preferences/com.example.app.plist", "keep me");
-
-    EXPECT_EQ(delegate.removeFlash("Safari", {"kept.com"}), 3);
-    EXPECT_FALSE(tildeTree.exists(shared));
-    EXPECT_FALSE(tildeTree.exists(grouped));
-    EXPECT_TRUE(home.exists(shared));
-    EXPECT_TRUE(home.exists(grouped));
-    // A single-"#" entry goes by its expanded path: the home's, not the working folder's.
-    EXPECT_FALSE(home.exists(site));
-    EXPECT_TRUE(tildeTree.exists(site));
-    EXPECT_TRUE(tildeTree.exists(kept));
-    EXPECT_TRUE(fs::exists(unrelated));
+    EXPECT_EQ(platform.removed.size(), 8u);
 }
 
 TEST_F(FlashCleanerTest, SecureDeletionOverwritesOnlyWhatTheUnexpandedPathsReach) {
@@ -115,21 +77,20 @@ TEST_F(FlashCleanerTest, SecureDeletionOverwritesOnlyWhatTheUnexpandedPathsReach
     std::string site = player.addSiteSettings("one.com");
     std::string grouped = player.addGroupedSettings("##", "two.com");
     // In the working folder's tree both entries are plain files.
-    std::string workSite = tildeTree.writeFile(site, "private bytes");
-    std::string workGrouped = tildeTree.writeFile(grouped, "private bytes");
+    tildeTree.writeFile(site, "private bytes");
+    tildeTree.writeFile(grouped, "private bytes");
     platform.refuseOverwrite.insert(unexpanded(grouped));
 
     EXPECT_EQ(delegate.removeFlash("Safari", {}), 2);
     // The "#" entry's overwrite reaches the working folder's file, its
     // removal the home's entry.
     EXPECT_EQ(platform.overwritten, std::vector<std::string>(3, unexpanded(site)));
+    EXPECT_TRUE(tildeTree.exists(site));
     EXPECT_NE(tildeTree.read(site), "private bytes");
     EXPECT_FALSE(home.exists(site));
     // The refused overwrite keeps the "##" entry, which still counts.
     EXPECT_EQ(tildeTree.read(grouped), "private bytes");
     EXPECT_FALSE(recordedRemoval(unexpanded(grouped)));
-    EXPECT_TRUE(fs::exists(workSite));
-    EXPECT_TRUE(fs::exists(workGrouped));
 }
 
 TEST_F(FlashCleanerTest, LinksAreNotFollowedOutOfTheTrees) {
@@ -157,17 +118,19 @@ TEST_F(FlashCleanerTest, LinksAreNotFollowedOutOfTheTrees) {
     EXPECT_TRUE(platform.overwritten.empty());
 }
 
+// The built-in player's removals are added, not the pairs it merely saw.
 TEST_F(FlashCleanerTest, ChromiumFamilyAddsTheBuiltInPlayersRemovals) {
     player.addSharedObject("RZXX9SFB", "example.com");
-    home.writeLocalState(testing::kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}});
-    std::string pepperDefault = FlashTree::pepper(home, testing::kChromeRoot, "Default").addSharedObject("R1", "example.com");
-    std::string pepperWork = FlashTree::pepper(home, testing::kChromeRoot, "Profile 1").addSharedObject("R2", "example.com");
+    home.writeLocalState(testing::kChromeRoot, {{"Default", "Person 1"}});
+    FlashTree pepper = FlashTree::pepper(home, testing::kChromeRoot, "Default");
+    std::string removed = pepper.addSharedObject("R1", "example.com");
+    std::string kept = pepper.addSharedObject("R1", "kept.com");
 
-    EXPECT_EQ(delegate.removeFlash("Opera", {}), 1);
-    EXPECT_TRUE(home.exists(pepperDefault));
-    EXPECT_EQ(delegate.removeFlash("Google Chrome", {}), 3);
-    EXPECT_FALSE(home.exists(pepperDefault));
-    EXPECT_FALSE(home.exists(pepperWork));
+    EXPECT_EQ(delegate.removeFlash("Opera", {"kept.com"}), 1);
+    EXPECT_TRUE(home.exists(removed));
+    EXPECT_EQ(delegate.removeFlash("Google Chrome", {"kept.com"}), 2);
+    EXPECT_FALSE(home.exists(removed));
+    EXPECT_TRUE(home.exists(kept));
 }
 
 }  // namespace

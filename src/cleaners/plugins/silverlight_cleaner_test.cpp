@@ -26,75 +26,51 @@ protected:
     testing::SilverlightTree tree{home};
 };
 
+// The identity is taken exactly as written: with its line end it names
+// another site than the kept one.
 TEST_F(SilverlightCleanerTest, StoresOfOneSiteCountOnceAndKeptStoresStay) {
     Store first = tree.addStore(kLevels, "store1", "www.example.com", "group1");
     Store second = tree.addStore(kLevels, "store2", "news.example.com", "group2");
-    Store kept = tree.addStore(kLevels, "store3", "kept.com", "group3");
+    Store withLineEnd = tree.addStore(kLevels, "store3", "www.kept.com\n", "group3");
+    Store kept = tree.addStore(kLevels, "store4", "kept.com", "group4");
 
-    EXPECT_EQ(delegate.removeSilverlight({"kept.com"}), 1);
-    for (const std::string& path : {first.store, first.group, second.store, second.group}) {
+    EXPECT_EQ(delegate.removeSilverlight({"kept.com"}), 2);
+    for (const std::string& path :
+         {first.store, first.group, second.store, second.group, withLineEnd.store, withLineEnd.group}) {
         EXPECT_FALSE(home.exists(path)) << path;
     }
     EXPECT_TRUE(home.exists(kept.store + "/id.dat"));
     EXPECT_TRUE(home.exists(kept.group + "/quota.dat"));
 }
 
-TEST_F(SilverlightCleanerTest, EmptyingAStoreFolderSweepsThePluginsWholeFolder) {
-    // Each level holds one store: whichever comes first empties its store
-    // folder and takes everything with it, so the other is never judged.
-    tree.addStore(kLevels, "store1", "example.com", "group1");
-    tree.addStore(kOtherLevels, "store2", "other.org", "group2");
-    home.writeFile(std::string(testing::kSilverlightRoot) + "/Plugins.plist", "x");
-
-    EXPECT_EQ(delegate.removeSilverlight({}), 1);
-    EXPECT_FALSE(home.exists(testing::kSilverlightRoot));
-}
-
-TEST_F(SilverlightCleanerTest, IdentityIsTakenExactlyAsWritten) {
-    Store withLineEnd = tree.addStore(kLevels, "store1", "www.kept.com\n", "group1");
-    tree.addStore(kLevels, "store2", "kept.com", "group2");
-
-    EXPECT_EQ(delegate.removeSilverlight({"kept.com"}), 1);
-    EXPECT_FALSE(home.exists(withLineEnd.store));
-}
-
+// Each identity replaces the one before in the same store.
 TEST_F(SilverlightCleanerTest, AStoreWithoutASiteStopsTheRun) {
-    for (const std::optional<std::string>& identity : {std::optional<std::string>{},
-                                                      std::optional<std::string>{"file:///Users/a/app.xap"},
-                                                      std::optional<std::string>{"\xff\xfe"}}) {
-        testing::TemporaryFolder otherHome{"tasselby-home"};
-        testing::SampleHome sample{otherHome.path()};
-        FakePlatform stopped{otherHome.path()};
-        WorkerAppDelegate worker{stopped};
-        Store nameless = testing::SilverlightTree(sample).addStore(kLevels, "store1", identity, "group1");
-
-        EXPECT_THROW(worker.removeSilverlight({}), RunStopped);
-        EXPECT_TRUE(sample.exists(nameless.store));
-        EXPECT_TRUE(stopped.removed.empty());
+    using Identity = std::optional<std::string>;
+    for (const Identity& identity : {Identity{}, Identity{"file:///Users/a/app.xap"}, Identity{"\xff\xfe"}}) {
+        Store nameless = tree.addStore(kLevels, "store1", identity, "group1");
+        EXPECT_THROW(delegate.removeSilverlight({}), RunStopped);
+        EXPECT_TRUE(home.exists(nameless.store));
     }
+    EXPECT_TRUE(platform.removed.empty());
 }
 
+// Neither a missing, empty or escaping group name nor a level without stores
+// takes away another group folder.
 TEST_F(SilverlightCleanerTest, GroupFolderIsOnlyEverTheOneNamed) {
     Store noGroup = tree.addStore(kLevels, "store1", "one.com", std::nullopt);
     Store emptyGroup = tree.addStore(kLevels, "store2", "two.com", "");
     Store escaping = tree.addStore(kLevels, "store3", "three.com", "../..");
     tree.addStore(kLevels, "store4", "kept.com", "group4");
-    std::string otherGroup = home.writeFile(std::string(testing::kSilverlightStorage) + "/" + kLevels + "/g/group9/used.dat");
+    std::string storage = std::string(testing::kSilverlightStorage) + "/";
+    std::string otherGroup = home.writeFile(storage + kLevels + "/g/group9/used.dat");
+    std::string storelessGroup = home.writeFile(storage + kOtherLevels + "/g/group1/used.dat");
 
     EXPECT_EQ(delegate.removeSilverlight({"kept.com"}), 3);
     EXPECT_FALSE(home.exists(noGroup.store));
     EXPECT_FALSE(home.exists(emptyGroup.store));
     EXPECT_FALSE(home.exists(escaping.store));
     EXPECT_TRUE(fs::exists(otherGroup));
-}
-
-TEST_F(SilverlightCleanerTest, LevelWithoutStoresLeavesItsGroupsAlone) {
-    std::string group = home.writeFile(std::string(testing::kSilverlightStorage) + "/" + kLevels + "/g/group1/used.dat");
-    home.writeFile(std::string(testing::kSilverlightStorage) + "/.DS_Store", "x");
-
-    EXPECT_EQ(delegate.removeSilverlight({}), 0);
-    EXPECT_TRUE(fs::exists(group));
-    EXPECT_TRUE(platform.removed.empty());
+    EXPECT_TRUE(fs::exists(storelessGroup));
 }
 
 TEST_F(SilverlightCleanerTest, LinksAreNotFollowedOutOfTheTree) {
