@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <string_view>
 
 #include "platform/fake_platform.h"
-#include <string_view>
 
 namespace tasselby {
 namespace {
@@ -17,60 +17,30 @@ struct SiteCase {
 
 TEST(SiteWithDomainNameTest, ReducesHostsToTheirSite) {
     const SiteCase cases[] = {
-        {"www.Example.COM", "example.com"},
-        {"WWW.EXAMPLE.COM", "example.com"},
-        {".example.com", "example.com"},
-        {"mail.example.com", "example.com"},
-        {"a.b.c.example.org", "example.org"},
-        {"news.example.co.uk", "example.co.uk"},
-        {"www.example.co.uk", "example.co.uk"},
-        {"example.de", "example.de"},
-        {"a.b.example.de", "b.example.de"},
-        {"www.example.info", "example.info"},
-        {"shop.example.info", "shop.example.info"},
-        {"x.shop.example.info", "shop.example.info"},
-        {"192.168.1.10", "192.168.1.10"},
-        {"localhost", "localhost"},
-        {"example.com.", "example.com."},
-        {"..example.com", "example.com"},
-        {".www.example.com", "example.com"},
-        {"www.example.com:8080", "example.com:8080"},
-        {"file:///Users/a/page.html", std::nullopt},
-        {"see FILE:///Users/a/page.html", std::nullopt},
-        {"^abc", std::nullopt},
-        {"^", "^"},
-        {"", ""},
+        {"www.Example.COM", "example.com"}, {"WWW.EXAMPLE.COM", "example.com"}, {".example.com", "example.com"},
+        {"mail.example.com", "example.com"}, {"a.b.c.example.org", "example.org"},
+        {"news.example.co.uk", "example.co.uk"}, {"www.example.co.uk", "example.co.uk"},
+        {"example.de", "example.de"}, {"a.b.example.de", "b.example.de"}, {"www.example.info", "example.info"},
+        {"shop.example.info", "shop.example.info"}, {"x.shop.example.info", "shop.example.info"},
+        {"192.168.1.10", "192.168.1.10"}, {"localhost", "localhost"}, {"example.com.", "example.com."},
+        {"..example.com", "example.com"}, {".www.example.com", "example.com"},
+        {"www.example.com:8080", "example.com:8080"}, {"file:///Users/a/page.html", std::nullopt},
+        {"see FILE:///Users/a/page.html", std::nullopt}, {"^abc", std::nullopt}, {"^", "^"}, {"", ""},
         // One leading dot and one "www." only, in that order.
-        {"www.www.example.com", "example.com"},
-        {"www.www.de", "www.de"},
-        {"www..example.com", "example.com"},
-        {"..www.example.com", "example.com"},
-        {"..www.example.de", "www.example.de"},
+        {"www.www.example.com", "example.com"}, {"www.www.de", "www.de"}, {"www..example.com", "example.com"},
+        {"..www.example.com", "example.com"}, {"..www.example.de", "www.example.de"},
         {"www2.example.com", "example.com"},
         // Letters and digits mixed are not numeric; digits only are.
-        {"x.y.a1", "x.y.a1"},
-        {"host.123", "host.123"},
-        {"a.b.c.123", "a.b.c.123"},
-        {"x.y.1a1", "y.1a1"},
+        {"x.y.a1", "x.y.a1"}, {"host.123", "host.123"}, {"a.b.c.123", "a.b.c.123"}, {"x.y.1a1", "y.1a1"},
         // The last label is measured with its digits.
-        {"https_mail.example.co.uk_443", "example.co.uk_443"},
-        {"a.b.c.d", "b.c.d"},
-        {"b.c", "b.c"},
-        {"scheme://example.com", "scheme://example.com"},
-        {"scheme://www.example.com", "example.com"},
+        {"https_mail.example.co.uk_443", "example.co.uk_443"}, {"a.b.c.d", "b.c.d"}, {"b.c", "b.c"},
+        {"scheme://example.com", "scheme://example.com"}, {"scheme://www.example.com", "example.com"},
         // Characters, not bytes, are counted.
         {"shop.example.\xC3\xA9t\xC3\xA9", "example.\xC3\xA9t\xC3\xA9"},
     };
     for (const SiteCase& c : cases) {
         EXPECT_EQ(WorkerExtras::siteWithDomainName(c.host), c.site) << "host: " << c.host;
     }
-}
-
-// Whether the rules make a second pass a no-op for this result: a result
-// that still begins with "." or "www." loses it again, and one of two or
-// more characters beginning with "^" is then rejected.
-bool isStable(const std::string& site) {
-    return !site.starts_with('.') && !site.starts_with("www.") && !(site.size() >= 2 && site.front() == '^');
 }
 
 TEST(SiteWithDomainNameTest, RandomHostsGiveALowerCaseTailAndAreStable) {
@@ -85,28 +55,36 @@ TEST(SiteWithDomainNameTest, RandomHostsGiveALowerCaseTailAndAreStable) {
         std::optional<std::string> site = WorkerExtras::siteWithDomainName(host);
         std::string lower = host;
         for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        if (!site) {
-            EXPECT_TRUE(lower.find("file:///") != std::string::npos || (lower.size() >= 2 && lower[0] == '^'))
-                << "host: " << host;
-            continue;
-        }
+        auto rejected = [](const std::string& text) {
+            return text.find("file:///") != std::string::npos || (text.size() >= 2 && text[0] == '^');
+        };
+        EXPECT_EQ(!site, rejected(lower)) << "host: " << host;
+        if (!site) continue;
         EXPECT_TRUE(lower.ends_with(*site)) << "host: " << host;
-        if (isStable(*site)) {
+        // A second pass changes nothing, unless the result still begins with
+        // what the first pass strips or rejects.
+        if (!site->starts_with('.') && !site->starts_with("www.") && !rejected(*site)) {
             EXPECT_EQ(WorkerExtras::siteWithDomainName(*site), site) << "host: " << host;
         }
     }
 }
 
-TEST(KeychainLookupTest, QueryAsksForInternetPasswordsOfTheGivenServiceAndAccount) {
-    KeychainQuery all = WorkerExtras::_queryForService(std::nullopt, std::nullopt);
-    EXPECT_EQ(all.itemClass, kSecClassInternetPassword);
-    EXPECT_FALSE(all.service);
-    EXPECT_FALSE(all.account);
-    EXPECT_FALSE(all.returnAttributes);
-    EXPECT_FALSE(all.matchLimitAll);
+TEST(KeychainLookupTest, SearchAsksForEveryInternetPasswordsAttributes) {
     KeychainQuery narrow = WorkerExtras::_queryForService("mail.example.com", "alice");
-    EXPECT_EQ(narrow.service, "mail.example.com");
+    EXPECT_EQ(narrow.itemClass, kSecClassInternetPassword);
     EXPECT_EQ(narrow.account, "alice");
+    EXPECT_FALSE(narrow.returnAttributes);
+
+    FakePlatform platform("/nonexistent");
+    platform.keychainItems = {{{"srvr", "a.example.com"}, {"atyp", "form"}}, {{"srvr", "b.example.org"}}};
+    std::optional<KeychainError> error;
+    EXPECT_EQ(WorkerExtras::allAccounts(platform, &error), platform.keychainItems);
+    EXPECT_FALSE(error);
+    const KeychainQuery& query = platform.keychainQueries.back();
+    EXPECT_FALSE(query.service);
+    EXPECT_FALSE(query.account);
+    EXPECT_TRUE(query.returnAttributes);
+    EXPECT_TRUE(query.matchLimitAll);
 }
 
 TEST(KeychainLookupTest, FailedSearchFillsTheErrorPlaceOnlyWhenGiven) {
@@ -120,20 +98,6 @@ TEST(KeychainLookupTest, FailedSearchFillsTheErrorPlaceOnlyWhenGiven) {
     EXPECT_FALSE(WorkerExtras::allAccounts(platform));
     EXPECT_FALSE(WorkerExtras::allAccounts(platform, &error));
     EXPECT_EQ(error->code, -25291);
-}
-
-TEST(KeychainLookupTest, SuccessfulSearchAnswersEveryItemsAttributes) {
-    FakePlatform platform("/nonexistent");
-    platform.keychainItems = {{{"srvr", "a.example.com"}, {"atyp", "form"}}, {{"srvr", "b.example.org"}}};
-    std::optional<KeychainError> error;
-    auto accounts = WorkerExtras::allAccounts(platform, &error);
-    ASSERT_TRUE(accounts);
-    EXPECT_EQ(*accounts, platform.keychainItems);
-    EXPECT_FALSE(error);
-    const KeychainQuery& query = platform.keychainQueries.back();
-    EXPECT_FALSE(query.service);
-    EXPECT_TRUE(query.returnAttributes);
-    EXPECT_TRUE(query.matchLimitAll);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <tuple>
 
 namespace tasselby {
 
@@ -70,6 +71,15 @@ std::optional<HttpCookie> parseRecord(std::string_view record) {
     cookie.expiresDate = readLeDouble(record, kExpiryOffset);
     cookie.creationDate = readLeDouble(record, kCreationOffset);
     return cookie;
+}
+
+// The same cookie, dates compared bit for bit: a record whose date bytes
+// spell NaN is still the cookie it was listed as, and can be deleted.
+bool sameCookie(const HttpCookie& left, const HttpCookie& right) {
+    auto bits = [](double date) { return std::bit_cast<std::uint64_t>(date); };
+    return std::tie(left.name, left.domain, left.path, left.value, left.flags, left.storageKey) ==
+               std::tie(right.name, right.domain, right.path, right.value, right.flags, right.storageKey) &&
+           bits(left.expiresDate) == bits(right.expiresDate) && bits(left.creationDate) == bits(right.creationDate);
 }
 
 }  // namespace
@@ -152,7 +162,7 @@ std::vector<HttpCookie> BinaryCookieFile::cookies() const {
 bool BinaryCookieFile::remove(const HttpCookie& cookie) {
     if (cookie.storageKey >= records_.size()) return false;
     Record& record = records_[cookie.storageKey];
-    if (record.removed || !(record.cookie == cookie)) return false;
+    if (record.removed || !sameCookie(record.cookie, cookie)) return false;
     record.removed = true;
     return true;
 }

