@@ -1,5 +1,4 @@
 #include <set>
-#include <unordered_set>
 
 #include "app/names.h"
 #include "app/text.h"
@@ -7,6 +6,7 @@
 #include "cleaners/cookies/cookie_record_less.h"
 #include "cleaners/cookies/cookie_store_paths.h"
 #include "cleaners/cookies/tracking_cookies.h"
+#include "keep/keep_set.h"
 #include "keep/worker_extras.h"
 
 namespace tasselby {
@@ -17,7 +17,7 @@ namespace {
 class CookieSorter {
 public:
     CookieSorter(const std::vector<std::string>& catalogue, const KeepList& keep)
-        : catalogue_(catalogue), keep_(keep.begin(), keep.end()) {}
+        : catalogue_(catalogue), keep_(keep) {}
 
     // A record whose host names no site is left out of both lists. Whether
     // its site is kept and whether its name is a tracking name are decided
@@ -25,7 +25,7 @@ public:
     void classify(CookieRecord record, const std::string& host, const std::optional<std::string>& name) {
         std::optional<std::string> site = WorkerExtras::siteWithDomainName(host);
         if (!site) return;
-        const bool notKept = keep_.count(*site) == 0;
+        const bool notKept = !keep_.contains(site);
         const bool tracking = isTrackingCookieName(name, catalogue_);
         if (!notKept && !tracking) return;  // stays, and nothing needs it again
         const std::size_t position = records_.size();
@@ -74,7 +74,7 @@ private:
     }
 
     const std::vector<std::string>& catalogue_;
-    std::unordered_set<std::string> keep_;
+    KeepSet keep_;
     std::vector<CookieRecord> records_;
     std::vector<std::size_t> nonKept_;
     std::vector<std::size_t> tracking_;
