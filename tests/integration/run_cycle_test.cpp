@@ -175,25 +175,5 @@ TEST(RunCycle, MissingNotificationServiceIsNoFailure) {
     EXPECT_NE(result.busLog.find("org.freedesktop.DBus.Error.ServiceUnknown"), std::string::npos);
 }
 
-TEST(RunCycle, RunsBesideASeededLockedKeyring) {
-    KeychainItem web;
-    web.server = "www.example.com";
-    KeychainItem mail;
-    mail.server = "mail.example.org";
-    mail.port = "8443";
-    WorkerRun run;
-    run.home().writeSuitePreferences({{kDisplayNotifications, true}});
-    WorkerResult result =
-        run.withKeyring({web, mail})
-            .withLockedKeyring()
-            .monitorBus()
-            .run({kSafari});
-    EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(result.notifications.size(), 1u);
-    EXPECT_TRUE(run.home().exists(".local/share/keyrings/login.keyring")) << "the keyring lives in the home";
-    EXPECT_NE(result.busLog.find("mail.example.org"), std::string::npos) << "items are stored before the run";
-    EXPECT_NE(result.busLog.find("member=Lock"), std::string::npos);
-}
-
 }  // namespace
 }  // namespace tasselby::testing
