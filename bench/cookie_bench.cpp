@@ -20,8 +20,8 @@
 #include <string>
 #include <vector>
 
-#include "app/names.h"
-#include "app/text.h"
+#include "base/names.h"
+#include "base/text.h"
 #include "app/worker_app_delegate.h"
 #include "platform/fake_platform.h"
 #include "support/cookie_stores.h"

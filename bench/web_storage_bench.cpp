@@ -17,8 +17,8 @@
 #include <string>
 #include <vector>
 
-#include "app/names.h"
-#include "app/text.h"
+#include "base/names.h"
+#include "base/text.h"
 #include "app/worker_app_delegate.h"
 #include "platform/command_line.h"
 #include "platform/linux_platform.h"

@@ -1,6 +1,6 @@
 #include <nlohmann/json.hpp>
 
-#include "app/names.h"
+#include "base/names.h"
 #include "app/run_stopped.h"
 #include "app/worker_app_delegate.h"
 

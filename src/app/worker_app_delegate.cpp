@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "app/names.h"
-#include "app/text.h"
+#include "base/names.h"
+#include "base/text.h"
 
 namespace tasselby {
 

@@ -1,6 +1,6 @@
 #include <set>
 
-#include "app/text.h"
+#include "base/text.h"
 #include "app/worker_app_delegate.h"
 #include "keep/worker_extras.h"
 

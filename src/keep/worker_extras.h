@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "app/names.h"
+#include "base/names.h"
 #include "platform/platform.h"
 
 namespace tasselby {

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "app/text.h"
+#include "base/text.h"
 #include "platform/binary_cookie_storage.h"
 #include "platform/posix_files.h"
 

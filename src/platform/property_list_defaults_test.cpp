@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "app/names.h"
+#include "base/names.h"
 #include "platform/linux_platform.h"
 #include "support/sample_home.h"
 

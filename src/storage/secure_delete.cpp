@@ -8,7 +8,7 @@
 #include <time.h>
 #include <unistd.h>
 
-#include "app/text.h"
+#include "base/text.h"
 
 namespace tasselby {
 

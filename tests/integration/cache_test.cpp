@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "app/names.h"
+#include "base/names.h"
 #include "integration/worker_run.h"
 #include "support/busy_executable.h"
 #include "support/cache_trees.h"

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "app/names.h"
+#include "base/names.h"
 #include "integration/worker_run.h"
 #include "platform/binary_cookie_file.h"
 #include "support/cookie_stores.h"

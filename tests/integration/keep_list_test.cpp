@@ -6,7 +6,7 @@
 #include <iostream>
 #include <sstream>
 
-#include "app/names.h"
+#include "base/names.h"
 #include "app/worker_app_delegate.h"
 #include "integration/worker_run.h"
 #include "keep/worker_extras.h"

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <set>
 
-#include "app/names.h"
+#include "base/names.h"
 #include "integration/worker_run.h"
 #include "support/plugin_trees.h"
 

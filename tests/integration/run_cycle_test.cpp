@@ -4,7 +4,7 @@
 #include <functional>
 #include <set>
 
-#include "app/names.h"
+#include "base/names.h"
 #include "integration/worker_run.h"
 #include "platform/linux_platform.h"
 

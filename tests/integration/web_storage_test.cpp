@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "app/names.h"
+#include "base/names.h"
 #include "integration/worker_run.h"
 #include "support/password_stores.h"
 #include "support/web_storage_stores.h"

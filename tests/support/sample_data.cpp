@@ -1,6 +1,6 @@
 #include "support/sample_data.h"
 
-#include "app/names.h"
+#include "base/names.h"
 #include "support/cache_trees.h"
 #include "support/cookie_stores.h"
 #include "support/password_stores.h"

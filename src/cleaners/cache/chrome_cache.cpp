@@ -1,5 +1,5 @@
-#include "app/names.h"
-#include "app/text.h"
+#include "base/names.h"
+#include "base/text.h"
 #include "app/worker_app_delegate.h"
 
 namespace tasselby {

@@ -1,6 +1,6 @@
 #include "cleaners/cache/subfolders.h"
 
-#include "app/text.h"
+#include "base/text.h"
 
 namespace tasselby {
 

@@ -1,4 +1,4 @@
-#include "app/text.h"
+#include "base/text.h"
 #include "app/worker_app_delegate.h"
 #include "cleaners/cookies/cookie_store_paths.h"
 

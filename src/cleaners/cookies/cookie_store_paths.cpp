@@ -1,7 +1,7 @@
 #include "cleaners/cookies/cookie_store_paths.h"
 
-#include "app/names.h"
-#include "app/text.h"
+#include "base/names.h"
+#include "base/text.h"
 
 namespace tasselby {
 

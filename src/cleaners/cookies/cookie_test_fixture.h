@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "app/names.h"
-#include "app/text.h"
+#include "base/names.h"
+#include "base/text.h"
 #include "app/worker_app_delegate.h"
 #include "platform/fake_platform.h"
 #include "support/cookie_stores.h"

@@ -1,8 +1,8 @@
 #include <cstdint>
 #include <set>
 
-#include "app/names.h"
-#include "app/text.h"
+#include "base/names.h"
+#include "base/text.h"
 #include "app/worker_app_delegate.h"
 #include "cleaners/plugins/flash_settings.h"
 #include "cleaners/plugins/plugin_tree.h"

@@ -1,7 +1,7 @@
 #include <set>
 
-#include "app/names.h"
-#include "app/text.h"
+#include "base/names.h"
+#include "base/text.h"
 #include "app/worker_app_delegate.h"
 #include "cleaners/plugins/flash_settings.h"
 #include "cleaners/plugins/plugin_tree.h"

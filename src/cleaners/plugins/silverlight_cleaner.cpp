@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <set>
 
-#include "app/names.h"
+#include "base/names.h"
 #include "app/run_stopped.h"
-#include "app/text.h"
+#include "base/text.h"
 #include "app/worker_app_delegate.h"
 #include "cleaners/plugins/plugin_tree.h"
 #include "keep/worker_extras.h"
