@@ -67,6 +67,15 @@ struct KeychainSearchResult {
 inline constexpr const char* kSecClassInternetPassword = "inet";
 inline constexpr std::int32_t kErrSecSuccess = 0;
 inline constexpr std::int32_t kErrSecItemNotFound = -25300;
+// No keyring can be asked: no session bus, no keyring service on it, or a
+// service that did not answer the search in time.
+inline constexpr std::int32_t kErrSecNotAvailable = -25291;
+// The search found items of a locked keyring: they are there, but their
+// attributes cannot be read without unlocking it, which is never asked for.
+inline constexpr std::int32_t kErrSecInteractionNotAllowed = -25308;
+// The search was answered but not the attributes of every item found; a
+// partial answer is never given.
+inline constexpr std::int32_t kErrSecDataNotAvailable = -25316;
 
 // The keychain's four-letter attribute codes that a search answers.
 inline constexpr const char* kSecAttrServer = "srvr";
