@@ -18,7 +18,7 @@ if ! [[ $seconds =~ ^[0-9]+$ ]]; then
 fi
 
 bash scripts/install-deps.sh
-cmake -S . -B build-fuzz -DTASSELBY_FUZZ=ON -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 >/dev/null
+cmake -S . -B build-fuzz -DTASSELBY_FUZZ=ON -DCMAKE_CXX_COMPILER=clang++-14 >/dev/null
 cmake --build build-fuzz -j"$(nproc)" --target fuzzers
 
 export ASAN_OPTIONS=halt_on_error=1:detect_leaks=1
