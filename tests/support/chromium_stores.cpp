@@ -233,4 +233,48 @@ void writeWebStorage(const std::string& webStorage, const std::vector<std::strin
     executeSql(quota, sql);
 }
 
+void writeExampleChromiumProfile(const std::string& profile) {
+    fs::remove_all(profile);
+    const SampleHome files(profile);
+    const std::string alpha = "http://alpha.localhost:18765";
+    const std::string beta = "http://beta.localhost:18765";
+    const std::string gamma = "http://gamma.localhost:18765";
+    const std::string delta = "http://delta.localhost:18765";
+    writeLoginData(files.path("Login Data"), {{alpha + "/login", alpha + "/"}, {beta + "/", beta + "/", true}});
+    writeLoginData(files.path("Login Data For Account"), {{gamma + "/", gamma + "/"}});
+    writeChromiumCookiesV24(files.path("Cookies"), {{"alpha.localhost", "sid", ""},
+                                                     {".alpha.localhost", "__utma", ""},
+                                                     {"beta.localhost", "sid", ""},
+                                                     {".beta.localhost", "pref", "http://alpha.localhost"},
+                                                     {"gamma.localhost", "sid", ""},
+                                                     {".delta.localhost", "sid", ""}});
+    std::map<std::string, std::string> localStorage = localStorageEntries({alpha, beta, gamma, delta + "^0http://alpha.localhost"});
+    localStorage["META:chrome-extension://abcdefghijklmnop"] = "extension";
+    writeLevelDb(files.path("Local Storage/leveldb"), localStorage);
+    writeLevelDb(files.path("Service Worker/Database"), serviceWorkerEntries({alpha + "/", beta + "/"}));
+    writeCacheStorage(files.path("Service Worker/CacheStorage/a1"), alpha + "/");
+    writeCacheStorage(files.path("Service Worker/CacheStorage/b2"), beta + "/");
+    for (const char* folder : {"http_alpha.localhost_18765.indexeddb.leveldb", "http_beta.localhost_18765.indexeddb.leveldb",
+                               "http_beta.localhost_18765.indexeddb.blob", "chrome-extension_abcdefghijklmnop_0.indexeddb.leveldb"}) {
+        files.writeFile(std::string("IndexedDB/") + folder + "/CURRENT", "MANIFEST-000001\n");
+    }
+    writeWebStorage(files.path("WebStorage"), {alpha + "/", delta + "/", "chrome-extension://abcdefghijklmnop/"});
+    files.writeFile("databases/http_beta.localhost_18765/1", "web sql");
+    executeSql(files.path("databases/Databases.db"),
+               "CREATE TABLE Databases (id INTEGER PRIMARY KEY AUTOINCREMENT, origin TEXT NOT NULL, name TEXT NOT NULL,"
+               " description TEXT NOT NULL, estimated_size INTEGER NOT NULL);"
+               "INSERT INTO Databases (origin, name, description, estimated_size) VALUES"
+               " ('http_beta.localhost_18765', 'db', '', 5);");
+    files.writeFile("Local Storage/http_delta.localhost_18765.localstorage", "old local storage");
+    files.writeFile("Local Storage/http_delta.localhost_18765.localstorage-journal", "");
+    files.writeFile("Session Storage/CURRENT", "MANIFEST-000001\n");
+    files.writeFile("GPUCache/data_0", "gpu");
+    files.writeFile("Cache/Cache_Data/index", "http cache");
+    const std::string flash = "Pepper Data/Shockwave Flash/WritableRoot/#SharedObjects/RANDOM12/";
+    files.writeFile(flash + "beta.localhost/game.sol", "sol");
+    files.writeFile(flash + "alpha.localhost/game.sol", "sol");
+    files.writeFile("Extension Cookies", "never touched");
+    files.writeFile("Preferences", "{}");
+}
+
 }  // namespace tasselby::testing
