@@ -217,16 +217,17 @@ void writeWebStorage(const std::string& webStorage, const std::vector<std::strin
         "CREATE TABLE meta(key LONGVARCHAR NOT NULL UNIQUE PRIMARY KEY, value LONGVARCHAR);"
         "INSERT INTO meta VALUES('version','10'),('last_compatible_version','10');"
         "CREATE TABLE buckets(id INTEGER PRIMARY KEY AUTOINCREMENT, storage_key TEXT NOT NULL, host TEXT NOT NULL,"
-        " type INTEGER NOT NULL, name TEXT NOT NULL, use_count INTEGER NOT NULL, last_accessed INTEGER NOT NULL,"
+        " name TEXT NOT NULL, use_count INTEGER NOT NULL, last_accessed INTEGER NOT NULL,"
         " last_modified INTEGER NOT NULL, expiration INTEGER NOT NULL, quota INTEGER NOT NULL,"
         " persistent INTEGER NOT NULL, durability INTEGER NOT NULL) STRICT;"
-        "CREATE UNIQUE INDEX buckets_by_storage_key ON buckets(storage_key, type, name);";
+        "CREATE UNIQUE INDEX buckets_by_storage_key ON buckets(storage_key, name);"
+        "CREATE INDEX buckets_by_host ON buckets(host);";
     long id = 1;
     for (const std::string& key : storageKeys) {
         std::string host = key.substr(key.find("://") + 3);
         host = host.substr(0, host.find_first_of(":/^"));
         sql += "INSERT INTO buckets VALUES (" + std::to_string(id) + ", " + sqlText(key) + ", " + sqlText(host) +
-               ", 0, '_default', 1, 13300000000000000, 13300000000000000, 0, 0, 0, 1);";
+               ", '_default', 1, 13300000000000000, 13300000000000000, 0, 0, 0, 1);";
         SampleHome(webStorage).writeFile(std::to_string(id) + "/IndexedDB/indexeddb.leveldb/CURRENT", "MANIFEST-000001\n");
         ++id;
     }
