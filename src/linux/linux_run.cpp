@@ -57,8 +57,7 @@ LinuxRunStatus LinuxRun::run() {
     browser_ = *browser;
 
     std::vector<BrowserInstall> installs = BrowserInstalls::existing(platform_, roots_, browser_);
-    BrowserFamily family = installs.empty() ? BrowserFamily::Chromium : installs.front().family;
-    std::unique_ptr<FamilyCleaner> cleaner = makeFamilyCleaner(family, platform_);
+    std::unique_ptr<FamilyCleaner> cleaner = makeFamilyCleaner(BrowserInstalls::familyOf(browser_), platform_);
     const KeepList keep = keepList(installs, cleaner.get());
     const KeepSet kept(keep);
 
