@@ -62,6 +62,9 @@ public:
     // Opens (and creates when missing) the database file; closes any open one
     // first. On failure the handle SQLite gave back stays until close().
     bool open(const std::string& path);
+    // The same, read-only when asked: a missing file is then not created and
+    // every write fails (SQLITE_READONLY), leaving the file as it was.
+    bool open(const std::string& path, bool readOnly);
     // Closes the connection, retrying by the busy rule; after giving up the
     // connection is forgotten. Nothing happens when none is open.
     void close();
