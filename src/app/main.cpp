@@ -5,6 +5,8 @@
 #include "app/run_reporter.h"
 #include "app/run_stopped.h"
 #include "app/worker_app_delegate.h"
+#include "linux/linux_roots.h"
+#include "linux/linux_run.h"
 #include "platform/command_line.h"
 #include "platform/dry_run_platform.h"
 #include "platform/linux_platform.h"
@@ -13,20 +15,39 @@ namespace {
 
 constexpr int kExitUsage = 64;
 constexpr int kExitRunStopped = 70;  // EX_SOFTWARE
+constexpr int kExitTryAgainLater = 75;  // EX_TEMPFAIL
 
 void printUsage() {
     std::printf(
-        "Usage: tasselby-worker [--home=DIR] [--system-root=DIR] [--dry-run] [--report=text|json] BROWSER\n"
+        "Usage: tasselby-worker [--layout=macos|linux] [--home=DIR] [--system-root=DIR]\n"
+        "                       [--dry-run] [--report=text|json] BROWSER\n"
         "\n"
         "Removes the private data of one browser for every site without a saved\n"
         "web-form password, then posts one notification with the counts.\n"
         "\n"
         "BROWSER is one whole argument, exactly one of:\n"
-        "  Safari, WebKit, Google Chrome, Chromium, Camino, Firefox, Opera\n"
+        "  macOS layout: Safari, WebKit, Google Chrome, Chromium, Camino, Firefox, Opera\n"
+        "  Linux layout: Google Chrome, Chromium, Brave, Microsoft Edge, Vivaldi, Opera,\n"
+        "                Firefox\n"
         "The first argument that names a browser wins; other arguments are ignored.\n"
         "Without one the worker exits at once and cleans nothing.\n"
         "\n"
+        "Layouts:\n"
+        "  macos  (default) a macOS home: ~/Library/..., preferences in\n"
+        "         ~/Library/Preferences\n"
+        "  linux  today's browsers of a Linux desktop: every native, Snap and Flatpak\n"
+        "         install in the home ($XDG_CONFIG_HOME and $XDG_CACHE_HOME are used\n"
+        "         when set, unless --home is given); preferences in\n"
+        "         ~/.config/tasselby (or $XDG_CONFIG_HOME/tasselby). Sites with a\n"
+        "         password saved in the keyring or in the browser keep all their data.\n"
+        "         A running install is skipped, named on stderr, and the exit status\n"
+        "         is 75 (try again later).\n"
+        "\n"
+        "Exit status: 0 done; 64 bad option or a browser the layout does not have;\n"
+        "70 run stopped; 75 something was skipped because a browser held it.\n"
+        "\n"
         "Options:\n"
+        "  --layout=NAME       macos (default) or linux\n"
         "  --home=DIR          clean the home folder DIR instead of $HOME\n"
         "  --system-root=DIR   find the system's absolute paths under DIR (default /)\n"
         "  --dry-run           choose and count as a run would, but remove, overwrite and\n"
@@ -38,9 +59,10 @@ void printUsage() {
         "  --version           show the version\n"
         "\n"
         "A dry run counts exactly as the real run would. Later steps of a real run see\n"
-        "the earlier removals (the Silverlight sweep removes the plug-in's whole folder\n"
-        "once a store folder is empty, and walks on through what is left); a dry run\n"
-        "hides what it would remove from those later steps so that they see the same.\n");
+        "the earlier removals (in the macOS layout the Silverlight sweep removes the\n"
+        "plug-in's whole folder once a store folder is empty, and walks on through what\n"
+        "is left); a dry run hides what it would remove from those later steps so that\n"
+        "they see the same.\n");
 }
 
 }  // namespace
@@ -59,11 +81,6 @@ int main(int argc, char* argv[]) {
         std::fprintf(stderr, "tasselby-worker: %s\n", commandLine.error->c_str());
         return kExitUsage;
     }
-    if (commandLine.layout == tasselby::Layout::Linux) {
-        std::fprintf(stderr, "tasselby-worker: the Linux layout is not part of this build\n");
-        return kExitUsage;
-    }
-
     tasselby::LinuxPlatform linuxPlatform(commandLine);
     // A dry run reaches the system only through the read-only decorator.
     std::unique_ptr<tasselby::DryRunPlatform> dryRun;
@@ -74,10 +91,29 @@ int main(int argc, char* argv[]) {
     Report report = commandLine.report != Report::None ? commandLine.report
                     : commandLine.dryRun              ? Report::Text
                                                       : Report::None;
-    tasselby::RunReporter reporter("macos", commandLine.dryRun,
+    const bool linuxLayout = commandLine.layout == tasselby::Layout::Linux;
+    tasselby::RunReporter reporter(linuxLayout ? "linux" : "macos", commandLine.dryRun,
                                    report == Report::Json ? tasselby::RunReporter::Format::Json
                                                           : tasselby::RunReporter::Format::Text,
                                    std::cout);
+
+    if (linuxLayout) {
+        tasselby::LinuxRun run(platform, tasselby::LinuxRoots::of(commandLine, platform.homeDirectory()), std::cerr);
+        run.setDryRun(commandLine.dryRun);
+        tasselby::LinuxRunStatus status = run.run();
+        if (status == tasselby::LinuxRunStatus::UnknownBrowser) return kExitUsage;
+        if (report != Report::None && !run.browser().empty()) {
+            for (const tasselby::StoreReport& store : run.report()) reporter.storeVisited(store);
+            const tasselby::LinuxCounts& counts = run.counts();
+            reporter.runFinished(run.browser(),
+                                 {counts.cookies, counts.trackingCookies, static_cast<long>(counts.siteStorage.size()),
+                                  static_cast<long>(counts.flashSites.size()), 0},
+                                 run.reportLine());
+        }
+        std::fflush(nullptr);
+        if (status == tasselby::LinuxRunStatus::TryAgainLater) return kExitTryAgainLater;
+        return 0;
+    }
     tasselby::WorkerAppDelegate delegate(platform);
     if (report != Report::None) delegate.setObserver(&reporter);
     try {
