@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Builds the worker, makes a sample home with data for every browser, runs
-# the worker on it for one browser inside a private session bus with a
-# notification service, and shows the notification it posted and the files
-# it removed.
+# Builds the worker, makes a sample home with data for every browser, shows
+# what a run for one browser would remove (a dry run), then runs the worker on
+# it inside a private session bus with a notification service, and shows the
+# notification it posted and the files it removed.
 #
 #   bash scripts/demo.sh [BROWSER]      (default: "Google Chrome")
 set -euo pipefail
@@ -26,6 +26,16 @@ listFiles() {
 
 echo "== Sample home $demo/home"
 listFiles | tee "$demo/before"
+
+echo
+echo "== tasselby-worker --dry-run \"$browser\"   (what a run would remove; nothing is touched)"
+if ! bash tests/integration/session.sh --home "$demo/home" --work "$demo/work" --out "$demo/preview" -- \
+    "$PWD/build/tasselby-worker" --system-root="$demo/system" --dry-run "$browser" 2>"$demo/session.log"; then
+    cat "$demo/session.log" >&2
+    exit 1
+fi
+cat "$demo/preview/stdout" "$demo/preview/stderr"
+listFiles | cmp -s - "$demo/before" && echo "(the sample home is unchanged)"
 
 echo
 echo "== tasselby-worker \"$browser\""

@@ -12,6 +12,7 @@ packages=(
     libglib2.0-dev libglib2.0-bin libnotify-dev
     nlohmann-json3-dev
     libleveldb-dev
+    dpkg-dev file man-db
     dbus dbus-daemon dbus-bin
     python3 python3-dbus python3-dbusmock
     clang-14 libclang-rt-14-dev

@@ -14,6 +14,9 @@ cmake -S . -B build -DTASSELBY_WERROR=ON
 cmake --build build -j"$jobs"
 ctest --test-dir build --output-on-failure -j"$jobs"
 
+echo "== Debian package (build/)"
+bash scripts/check-package.sh build
+
 echo "== Build and test under AddressSanitizer and UndefinedBehaviorSanitizer (build-asan/)"
 cmake -S . -B build-asan -DTASSELBY_WERROR=ON -DTASSELBY_SANITIZE=ON
 cmake --build build-asan -j"$jobs"

@@ -1,16 +1,15 @@
 #include <cstdio>
 #include <iostream>
+#include <memory>
 
+#include "app/run_reporter.h"
 #include "app/run_stopped.h"
 #include "app/worker_app_delegate.h"
 #include "linux/linux_roots.h"
 #include "linux/linux_run.h"
 #include "platform/command_line.h"
+#include "platform/dry_run_platform.h"
 #include "platform/linux_platform.h"
-
-#ifndef TASSELBY_VERSION
-#define TASSELBY_VERSION "0.0.0"
-#endif
 
 namespace {
 
@@ -20,7 +19,8 @@ constexpr int kExitTryAgainLater = 75;  // EX_TEMPFAIL
 
 void printUsage() {
     std::printf(
-        "Usage: tasselby-worker [--layout=macos|linux] [--home=DIR] [--system-root=DIR] BROWSER\n"
+        "Usage: tasselby-worker [--layout=macos|linux] [--home=DIR] [--system-root=DIR]\n"
+        "                       [--dry-run] [--report=text|json] BROWSER\n"
         "\n"
         "Removes the private data of one browser for every site without a saved\n"
         "web-form password, then posts one notification with the counts.\n"
@@ -47,11 +47,22 @@ void printUsage() {
         "70 run stopped; 75 something was skipped because a browser held it.\n"
         "\n"
         "Options:\n"
-        "  --layout=NAME      macos (default) or linux\n"
-        "  --home=DIR         clean the home folder DIR instead of $HOME\n"
-        "  --system-root=DIR  find the system's absolute paths under DIR (default /)\n"
-        "  --help             show this text\n"
-        "  --version          show the version\n");
+        "  --layout=NAME       macos (default) or linux\n"
+        "  --home=DIR          clean the home folder DIR instead of $HOME\n"
+        "  --system-root=DIR   find the system's absolute paths under DIR (default /)\n"
+        "  --dry-run           choose and count as a run would, but remove, overwrite and\n"
+        "                      write nothing and post no notification; print the report\n"
+        "                      line and one line per store with what would go\n"
+        "  --report=text|json  after the run (or dry run) print the report on standard\n"
+        "                      output: as text, or as one JSON object\n"
+        "  --help              show this text\n"
+        "  --version           show the version\n"
+        "\n"
+        "A dry run counts exactly as the real run would. Later steps of a real run see\n"
+        "the earlier removals (in the macOS layout the Silverlight sweep removes the\n"
+        "plug-in's whole folder once a store folder is empty, and walks on through what\n"
+        "is left); a dry run hides what it would remove from those later steps so that\n"
+        "they see the same.\n");
 }
 
 }  // namespace
@@ -70,19 +81,43 @@ int main(int argc, char* argv[]) {
         std::fprintf(stderr, "tasselby-worker: %s\n", commandLine.error->c_str());
         return kExitUsage;
     }
+    tasselby::LinuxPlatform linuxPlatform(commandLine);
+    // A dry run reaches the system only through the read-only decorator.
+    std::unique_ptr<tasselby::DryRunPlatform> dryRun;
+    if (commandLine.dryRun) dryRun = std::make_unique<tasselby::DryRunPlatform>(linuxPlatform);
+    tasselby::Platform& platform = dryRun ? static_cast<tasselby::Platform&>(*dryRun) : linuxPlatform;
 
-    tasselby::LinuxPlatform platform(commandLine);
+    using Report = tasselby::CommandLine::Report;
+    Report report = commandLine.report != Report::None ? commandLine.report
+                    : commandLine.dryRun              ? Report::Text
+                                                      : Report::None;
+    const bool linuxLayout = commandLine.layout == tasselby::Layout::Linux;
+    tasselby::RunReporter reporter(linuxLayout ? "linux" : "macos", commandLine.dryRun,
+                                   report == Report::Json ? tasselby::RunReporter::Format::Json
+                                                          : tasselby::RunReporter::Format::Text,
+                                   std::cout);
     try {
-        if (commandLine.layout == tasselby::Layout::Linux) {
+        if (linuxLayout) {
             tasselby::LinuxRun run(platform, tasselby::LinuxRoots::of(commandLine, platform.homeDirectory()),
                                    std::cerr);
+            run.setDryRun(commandLine.dryRun);
             tasselby::LinuxRunStatus status = run.run();
-            std::fflush(nullptr);
             if (status == tasselby::LinuxRunStatus::UnknownBrowser) return kExitUsage;
+            if (report != Report::None && !run.browser().empty()) {
+                for (const tasselby::StoreReport& store : run.report()) reporter.storeVisited(store);
+                const tasselby::LinuxCounts& counts = run.counts();
+                reporter.runFinished(run.browser(),
+                                     {counts.cookies, counts.trackingCookies,
+                                      static_cast<long>(counts.siteStorage.size()),
+                                      static_cast<long>(counts.flashSites.size()), 0},
+                                     run.reportLine());
+            }
+            std::fflush(nullptr);
             if (status == tasselby::LinuxRunStatus::TryAgainLater) return kExitTryAgainLater;
             return 0;
         }
         tasselby::WorkerAppDelegate delegate(platform);
+        if (report != Report::None) delegate.setObserver(&reporter);
         delegate.awakeFromNib();
         delegate.applicationDidFinishLaunching();
     } catch (const tasselby::RunDeferred& deferred) {

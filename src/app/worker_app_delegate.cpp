@@ -48,12 +48,18 @@ void WorkerAppDelegate::clearData(const std::string& browser) {
     removeBrowserCache(browser);
     keep.clear();
 
-    if (platform_.boolForKey(kDisplayNotifications)) {
+    // The report line is made when someone will read it: the notification,
+    // or the observer (which hears it whether or not a notification goes).
+    bool notify = platform_.boolForKey(kDisplayNotifications);
+    if (notify || observer_ != nullptr) {
         std::string format = platform_.localizedString(kReportFormat, "");
         std::string text = stringWithFormat(format, {std::to_string(cookieCounts[0]), std::to_string(cookieCounts[1]),
                                                      std::to_string(databases), std::to_string(flash),
                                                      std::to_string(silverlight), browser});
-        displayNotificationWithTitle(kNotificationTitle, text);
+        if (notify) displayNotificationWithTitle(kNotificationTitle, text);
+        if (observer_ != nullptr) {
+            observer_->runFinished(browser, {cookieCounts[0], cookieCounts[1], databases, flash, silverlight}, text);
+        }
     }
     platform_.terminate();
 }

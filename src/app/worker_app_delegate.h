@@ -7,6 +7,7 @@
 #include <variant>
 #include <vector>
 
+#include "app/run_observer.h"
 #include "platform/platform.h"
 #include "storage/sqlite.h"
 
@@ -94,13 +95,25 @@ public:
     void dispose(const std::string& path, bool secureDelete);
     // The same with different paths for the overwrite and the removal.
     void dispose(const std::string& wipePath, const std::string& removalPath, bool secureDelete);
+    // The disposal rule for one of the caches that go whole; the observer
+    // hears of it when it was there and is gone afterwards.
+    void disposeCache(const std::string& path, bool secureDelete);
     // A path with its leading "~" expanded to the home folder.
     std::string expandTilde(const std::string& path);
+
+    // --- Report ----------------------------------------------------------
+    // Who hears what the run removed; nothing by default. Not owned.
+    void setObserver(RunObserver* observer) { observer_ = observer; }
+    // Tells the observer, if there is one, of a store where count items of
+    // the given unit went; nothing when count is 0.
+    void noteStore(const std::string& store, const std::string& path, long count, const std::string& unit,
+                   long tracking = 0);
 
     Platform& platform() { return platform_; }
 
 private:
     Platform& platform_;
+    RunObserver* observer_ = nullptr;
 };
 
 }  // namespace tasselby

@@ -28,6 +28,17 @@ inline constexpr const char* kNotificationTitle = "Tasselby";
 inline constexpr const char* kReportFormat =
     "%@ Cookies (%@ Tracking Cookies), %@ Databases, %@ Flash, %@ Silverlight, and Cache removed from %@";
 
+// The shared cookie file that stands in for the system's cookie storage.
+inline constexpr const char* kSharedCookieFile = "~/Library/Cookies/Cookies.binarycookies";
+
+// The kinds of store a run's report names.
+inline constexpr const char* kCookiesStore = "Cookies";
+inline constexpr const char* kDatabasesStore = "Databases";
+inline constexpr const char* kLocalStorageStore = "Local Storage";
+inline constexpr const char* kFlashStore = "Flash";
+inline constexpr const char* kSilverlightStore = "Silverlight";
+inline constexpr const char* kCacheStore = "Cache";
+
 // The first CoreFoundation version number with the user notification centre.
 inline constexpr double kNotificationCenterVersion = 744.0;
 

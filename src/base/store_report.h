@@ -17,6 +17,11 @@ struct StoreReport {
     std::string reason;   // for "skipped": why ("running browser", "locked", "unknown format")
 };
 
+// The actions a report names.
+inline constexpr const char* kRemovedAction = "removed";
+inline constexpr const char* kWouldRemoveAction = "would remove";
+inline constexpr const char* kSkippedAction = "skipped";
+
 // Every store a run touched or skipped, in the order the run met them.
 using RunReport = std::vector<StoreReport>;
 

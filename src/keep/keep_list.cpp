@@ -30,9 +30,9 @@ bool isKeptServer(const std::string& site) {
 }
 
 // Adds the sites of one profile's saved logins; a store that cannot be read adds nothing.
-void addFirefoxLoginSites(const std::string& signons, std::set<std::string>& sites) {
+void addFirefoxLoginSites(const std::string& signons, bool readOnly, std::set<std::string>& sites) {
     Sqlite database;
-    if (!database.open(signons)) return;
+    if (!database.open(signons, readOnly)) return;
     std::optional<SqlRows> rows = database.executeQuery(kLoginsQuery);
     if (!rows) return;
     for (const SqlRow& row : *rows) {
@@ -78,7 +78,7 @@ KeepList WorkerAppDelegate::getFirefoxSmartFavouritesArray() {
         const std::string signons = appendingPathComponent(profile, kSignonsFile);
         // Opening a missing file would create it.
         if (!platform_.fileExists(signons)) continue;
-        addFirefoxLoginSites(signons, sites);
+        addFirefoxLoginSites(signons, platform_.readOnly(), sites);
     }
     return {sites.begin(), sites.end()};
 }

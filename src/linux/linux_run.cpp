@@ -82,12 +82,16 @@ LinuxRunStatus LinuxRun::run() {
 
 void LinuxRun::notify(const LinuxCounts& counts) {
     if (!platform_.boolForKey(kDisplayNotifications)) return;
+    delegate_.displayNotificationWithTitle(kNotificationTitle, reportLine(counts));
+}
+
+std::string LinuxRun::reportLine() const { return reportLine(counts_); }
+
+std::string LinuxRun::reportLine(const LinuxCounts& counts) const {
     std::string format = platform_.localizedString(kReportFormat, "");
-    std::string text = stringWithFormat(
-        format, {std::to_string(counts.cookies), std::to_string(counts.trackingCookies),
-                 std::to_string(counts.siteStorage.size()), std::to_string(counts.flashSites.size()),
-                 kSilverlightCount, browser_});
-    delegate_.displayNotificationWithTitle(kNotificationTitle, text);
+    return stringWithFormat(format, {std::to_string(counts.cookies), std::to_string(counts.trackingCookies),
+                                     std::to_string(counts.siteStorage.size()),
+                                     std::to_string(counts.flashSites.size()), kSilverlightCount, browser_});
 }
 
 }  // namespace tasselby

@@ -41,6 +41,8 @@ public:
     // What the run did (or would do) per store, in the order it met them.
     const RunReport& report() const { return report_; }
     const LinuxCounts& counts() const { return counts_; }
+    // The report line, as the notification carries it (posted or not).
+    std::string reportLine() const;
     // The browser the run was for; empty before run() or without one.
     const std::string& browser() const { return browser_; }
 
@@ -50,6 +52,7 @@ public:
 private:
     KeepList keepList(const std::vector<BrowserInstall>& installs, FamilyCleaner* cleaner);
     void notify(const LinuxCounts& counts);
+    std::string reportLine(const LinuxCounts& counts) const;
 
     Platform& platform_;
     LinuxRoots roots_;

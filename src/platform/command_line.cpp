@@ -11,6 +11,8 @@ constexpr std::string_view kRootOption = "--system-root=";
 constexpr std::string_view kLayoutOption = "--layout=";
 constexpr std::string_view kMacOSLayout = "macos";
 constexpr std::string_view kLinuxLayout = "linux";
+constexpr std::string_view kDryRunOption = "--dry-run";
+constexpr std::string_view kReportOption = "--report=";
 
 }  // namespace
 
@@ -33,6 +35,17 @@ CommandLine CommandLine::parse(int argc, const char* const argv[]) {
                 line.layout = Layout::Linux;
             } else {
                 line.error = "--layout must be macos or linux, not \"" + std::string(value) + "\"";
+            }
+        } else if (view == kDryRunOption) {
+            line.dryRun = true;
+        } else if (view.starts_with(kReportOption)) {
+            std::string_view value = view.substr(kReportOption.size());
+            if (value == "json") {
+                line.report = Report::Json;
+            } else if (value == "text") {
+                line.report = Report::Text;
+            } else {
+                line.error = "--report must be text or json, not \"" + std::string(value) + "\"";
             }
         } else if (view.starts_with(kHomeOption) || view.starts_with(kRootOption)) {
             bool isHome = view.starts_with(kHomeOption);

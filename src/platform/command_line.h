@@ -19,6 +19,11 @@ struct CommandLine {
     Layout layout = Layout::MacOS;
     bool help = false;
     bool version = false;
+    // --dry-run: choose and count, remove nothing.
+    bool dryRun = false;
+    // --report=text|json: what the run writes on standard output at its end.
+    enum class Report { None, Text, Json };
+    Report report = Report::None;
     std::optional<std::string> error;  // an option with an unusable value
 
     static CommandLine parse(int argc, const char* const argv[]);

@@ -57,5 +57,15 @@ TEST(CommandLine, HelpVersionAndErrorsAreFoundAnywhereAfterTheProgram) {
     EXPECT_FALSE(parse({"--help"}).help);
 }
 
+TEST(CommandLine, DryRunAndReportOptions) {
+    CommandLine line = parse({"worker", "--dry-run", "--report=json", "Safari"});
+    EXPECT_TRUE(line.dryRun);
+    EXPECT_EQ(line.report, CommandLine::Report::Json);
+    EXPECT_EQ(parse({"worker", "--report=text"}).report, CommandLine::Report::Text);
+    EXPECT_EQ(parse({"worker", "Safari"}).report, CommandLine::Report::None);
+    EXPECT_FALSE(parse({"worker", "--dry-run=yes", "--dryrun"}).dryRun);
+    for (const char* bad : {"--report=", "--report=xml", "--report=JSON"}) EXPECT_TRUE(parse({"worker", bad}).error) << bad;
+}
+
 }  // namespace
 }  // namespace tasselby

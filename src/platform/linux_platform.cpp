@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "base/names.h"
 #include "base/text.h"
 #include "platform/binary_cookie_storage.h"
 #include "platform/posix_files.h"
@@ -14,7 +15,6 @@ namespace tasselby {
 
 namespace {
 
-constexpr const char* kSharedCookieFile = "~/Library/Cookies/Cookies.binarycookies";
 constexpr const char* kMacOSPreferences = "~/Library/Preferences";
 constexpr const char* kLinuxPreferences = "~/.config/tasselby";
 constexpr const char* kConfigHomeVariable = "XDG_CONFIG_HOME";

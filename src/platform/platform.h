@@ -171,6 +171,11 @@ public:
     // write(2): the number of bytes written, or -1.
     virtual long writeToFile(int fd, const unsigned char* bytes, std::size_t count) = 0;
     virtual bool closeFile(int fd) = 0;
+
+    // --- Databases -------------------------------------------------------
+    // Whether databases are to be opened read-only: true in a dry run, where
+    // nothing may be written; a deletion then fails as on a locked store.
+    virtual bool readOnly() { return false; }
 };
 
 }  // namespace tasselby

@@ -2,29 +2,11 @@
 
 #include <plist/plist.h>
 
-#include <limits>
-#include <memory>
-
-#include "platform/posix_files.h"
+#include "platform/property_list_file.h"
 
 namespace tasselby {
 
 namespace {
-
-struct PlistFree {
-    void operator()(plist_t node) const { plist_free(node); }
-};
-using PlistPtr = std::unique_ptr<void, PlistFree>;
-
-// Reads the file's bytes and lets libplist tell binary from XML. Kept in one
-// place because the parser's signature changed in later libplist releases.
-PlistPtr readPropertyList(const std::string& path) {
-    std::optional<std::string> bytes = PosixFiles::readWholeFile(path);
-    if (!bytes || bytes->empty() || bytes->size() > std::numeric_limits<uint32_t>::max()) return nullptr;
-    plist_t root = nullptr;
-    plist_from_memory(bytes->data(), static_cast<uint32_t>(bytes->size()), &root);
-    return PlistPtr(root);
-}
 
 bool isYes(plist_t node) {
     switch (plist_get_node_type(node)) {
@@ -68,14 +50,15 @@ const PropertyListDefaults::Values& PropertyListDefaults::valuesOf(const std::st
     auto cached = loaded_.find(domain);
     if (cached != loaded_.end()) return cached->second;
     Values values;
-    PlistPtr root = readPropertyList(folder_ + "/" + domain + ".plist");
-    if (root && plist_get_node_type(root.get()) == PLIST_DICT) {
+    PropertyListFile file;
+    if (file.load(folder_ + "/" + domain + ".plist") == PropertyListFile::LoadResult::Loaded && file.isDictionary()) {
+        plist_t root = file.root();
         plist_dict_iter iterator = nullptr;
-        plist_dict_new_iter(root.get(), &iterator);
+        plist_dict_new_iter(root, &iterator);
         for (;;) {
             char* key = nullptr;
             plist_t value = nullptr;
-            plist_dict_next_item(root.get(), iterator, &key, &value);
+            plist_dict_next_item(root, iterator, &key, &value);
             if (key == nullptr) break;
             values[key] = isYes(value);
             std::free(key);

@@ -49,9 +49,12 @@ bool Sqlite::retryWhenBusy(std::int64_t busyCount) const {
     return busyCount - 1 > busyRetryTimeout_;
 }
 
-bool Sqlite::open(const std::string& path) {
+bool Sqlite::open(const std::string& path) { return open(path, false); }
+
+bool Sqlite::open(const std::string& path, bool readOnly) {
     close();
-    if (sqlite3_open(path.c_str(), &db_) != SQLITE_OK) return false;
+    const int flags = readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+    if (sqlite3_open_v2(path.c_str(), &db_, flags, nullptr) != SQLITE_OK) return false;
     filePath_ = path;
     return true;
 }

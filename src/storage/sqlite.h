@@ -65,6 +65,9 @@ public:
     // Opens (and creates when missing) the database file; closes any open one
     // first. On failure the handle SQLite gave back stays until close().
     bool open(const std::string& path);
+    // The same, read-only when asked: a missing file is then not created and
+    // every write fails (SQLITE_READONLY), leaving the file as it was.
+    bool open(const std::string& path, bool readOnly);
     // Opens an existing database and never creates one. Read-only when
     // readOnly is set; immutable further promises SQLite that nobody changes
     // the file, so it takes no lock at all and a database that another

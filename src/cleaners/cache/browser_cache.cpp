@@ -35,7 +35,7 @@ void WorkerAppDelegate::removeBrowserCache(const std::string& browser) {
     // gets only the shared caches, and Safari's caches stay.
     for (const BrowserCacheFiles& own : kOwnCacheFiles) {
         if (browser != own.browser) continue;
-        for (const char* path : own.paths) dispose(expandTilde(path), secureDelete);
+        for (const char* path : own.paths) disposeCache(expandTilde(path), secureDelete);
     }
     if (browser == kSafari) {
         clearExtraCache();
@@ -45,7 +45,7 @@ void WorkerAppDelegate::removeBrowserCache(const std::string& browser) {
     } else if (browser == kFirefox) {
         clearFireFoxCache();
     }
-    for (const char* path : kSharedCaches) dispose(expandTilde(path), secureDelete);
+    for (const char* path : kSharedCaches) disposeCache(expandTilde(path), secureDelete);
 }
 
 void WorkerAppDelegate::clearFireFoxCache() {
@@ -54,7 +54,7 @@ void WorkerAppDelegate::clearFireFoxCache() {
     std::string profiles = expandTilde(kFirefoxProfiles);
     for (const std::string& profile : subfolders(platform_, profiles)) {
         std::string folder = appendingPathComponent(profiles, profile);
-        for (const char* cache : kFirefoxProfileCaches) dispose(appendingPathComponent(folder, cache), secureDelete);
+        for (const char* cache : kFirefoxProfileCaches) disposeCache(appendingPathComponent(folder, cache), secureDelete);
     }
 }
 

@@ -40,16 +40,16 @@ void WorkerAppDelegate::clearChromeCache(const std::string& browser) {
 
     std::string cacheRoot = expandTilde(roots->cacheRoot);
     std::string dataRoot = expandTilde(roots->dataRoot);
-    if (browser == kOpera) dispose(appendingPathComponent(dataRoot, kGpuCache), secureDelete);
+    if (browser == kOpera) disposeCache(appendingPathComponent(dataRoot, kGpuCache), secureDelete);
     for (const auto& [folder, displayName] : profiles) {
         // With Opera's empty folder name the profile cache is the whole cache
         // root. The GPU cache is looked for inside the application cache, not
         // beside it; both placements are deliberate.
         std::string applicationCache = appendingPathComponent(appendingPathComponent(dataRoot, folder), kApplicationCache);
-        dispose(dataRoot + kPepperCache, secureDelete);
-        dispose(appendingPathComponent(cacheRoot, folder), secureDelete);
-        dispose(applicationCache, secureDelete);
-        dispose(appendingPathComponent(applicationCache, kGpuCache), secureDelete);
+        disposeCache(dataRoot + kPepperCache, secureDelete);
+        disposeCache(appendingPathComponent(cacheRoot, folder), secureDelete);
+        disposeCache(applicationCache, secureDelete);
+        disposeCache(appendingPathComponent(applicationCache, kGpuCache), secureDelete);
     }
 }
 

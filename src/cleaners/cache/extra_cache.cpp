@@ -23,7 +23,7 @@ constexpr const char* kWebProcessFolders[] = {
 };
 
 void disposeIfPresent(WorkerAppDelegate& worker, const std::string& path, bool secureDelete) {
-    if (worker.platform().fileExists(path)) worker.dispose(path, secureDelete);
+    if (worker.platform().fileExists(path)) worker.disposeCache(path, secureDelete);
 }
 
 // One level-4 folder of the temporary-folder tree, by its name.
@@ -31,7 +31,7 @@ void disposeApplicationCache(WorkerAppDelegate& worker, const std::string& folde
                              bool secureDelete) {
     // Any "MediaCache" folder at this depth goes, whichever application's it
     // is, and with no existence test: it was just listed.
-    if (name == kMediaCache) worker.dispose(folder, secureDelete);
+    if (name == kMediaCache) worker.disposeCache(folder, secureDelete);
     if (name == kSafariFolder) {
         disposeIfPresent(worker, appendingPathComponent(folder, kApplicationCacheDb), secureDelete);
     }
@@ -44,8 +44,8 @@ void disposeApplicationCache(WorkerAppDelegate& worker, const std::string& folde
 
 void WorkerAppDelegate::clearExtraCookieCache() {
     bool secureDelete = platform_.boolForKey(kSecureDeleteData);
-    dispose(expandTilde(kCookiesPlist), secureDelete);
-    dispose(expandTilde(kHstsPlist), secureDelete);
+    disposeCache(expandTilde(kCookiesPlist), secureDelete);
+    disposeCache(expandTilde(kHstsPlist), secureDelete);
 }
 
 void WorkerAppDelegate::clearExtraCache() {

@@ -16,7 +16,7 @@ void WorkerAppDelegate::deleteChromeChannelID(const std::string& browser, const 
         if (!platform_.fileExists(path)) continue;
         Sqlite database;
         // The outcome is not examined: a locked or damaged store keeps its certificates.
-        if (database.open(path)) database.executeQuery(statement);
+        if (database.open(path, platform_.readOnly())) database.executeQuery(statement);
     }
 }
 

@@ -43,6 +43,10 @@ public:
         classify(std::move(row), hostName, cookieName);
     }
 
+    // The figures counted so far, as the inventory will add them up.
+    long counted() const { return static_cast<long>(nonKept_.size() + tracking_.size()); }
+    long tracked() const { return static_cast<long>(tracking_.size()); }
+
     // The count takes the tracking list on top of the non-kept list, so a
     // tracking cookie of a site that is not kept counts twice; the removal
     // list holds each record once.
@@ -84,7 +88,7 @@ void readCookieDatabase(Platform& platform, const std::string& path, const char*
                         CookieSorter& sorter) {
     if (!platform.fileExists(path)) return;
     Sqlite database;
-    if (!database.open(path)) return;
+    if (!database.open(path, platform.readOnly())) return;
     // A query that fails (no such table, not a database, locked) adds nothing.
     std::optional<SqlRows> rows = database.executeQuery(select);
     if (!rows) return;
@@ -96,6 +100,13 @@ void readCookieDatabase(Platform& platform, const std::string& path, const char*
 CookieInventory WorkerAppDelegate::cookies(const std::string& browser, const KeepList& keepCookies) {
     std::vector<std::string> catalogue = defaultTrackingCookies();
     CookieSorter sorter(catalogue, keepCookies);
+    // Each store's share of the counts goes to the report once it is read.
+    auto read = [&](const std::string& path, const char* select, const char* hostColumn) {
+        long counted = sorter.counted();
+        long tracked = sorter.tracked();
+        readCookieDatabase(platform_, path, select, hostColumn, sorter);
+        noteStore(kCookiesStore, path, sorter.counted() - counted, "rows", sorter.tracked() - tracked);
+    };
 
     // "WebKit" is a browser of its own here and reads no store at all.
     if (browser == kSafari) {
@@ -104,19 +115,17 @@ CookieInventory WorkerAppDelegate::cookies(const std::string& browser, const Kee
             std::string name = cookie.name;
             sorter.classify(std::move(cookie), host, name);
         }
+        noteStore(kCookiesStore, kSharedCookieFile, sorter.counted(), "rows", sorter.tracked());
     } else if (isChromiumFamily(browser)) {
         for (const std::string& folder : chromiumProfileFolders(*this, browser)) {
-            readCookieDatabase(platform_, appendingPathComponent(folder, kChromiumCookieFile), kSelectChromiumCookies,
-                               kChromiumHostColumn, sorter);
+            read(appendingPathComponent(folder, kChromiumCookieFile), kSelectChromiumCookies, kChromiumHostColumn);
         }
     } else if (browser == kFirefox) {
         for (const std::string& folder : firefoxProfileFolders(*this)) {
-            readCookieDatabase(platform_, appendingPathComponent(folder, kMozillaCookieFile), kSelectMozillaCookies,
-                               kMozillaHostColumn, sorter);
+            read(appendingPathComponent(folder, kMozillaCookieFile), kSelectMozillaCookies, kMozillaHostColumn);
         }
     } else if (browser == kCamino) {
-        readCookieDatabase(platform_, expandTilde(kCaminoCookieDatabase), kSelectMozillaCookies, kMozillaHostColumn,
-                           sorter);
+        read(expandTilde(kCaminoCookieDatabase), kSelectMozillaCookies, kMozillaHostColumn);
     }
     return sorter.inventory();
 }

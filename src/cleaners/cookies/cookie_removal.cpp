@@ -43,9 +43,9 @@ std::vector<std::string> deletionStatements(std::vector<CookieRecord> records, c
 // One connection serves the whole list. A failed statement (a locked
 // database, say) is passed over: the counts report what was chosen, not
 // what went.
-void deleteFromMozillaDatabase(const std::string& path, const std::vector<std::string>& statements) {
+void deleteFromMozillaDatabase(Platform& platform, const std::string& path, const std::vector<std::string>& statements) {
     Sqlite database;
-    if (!database.open(path)) return;
+    if (!database.open(path, platform.readOnly())) return;
     for (const std::string& statement : statements) database.executeQuery(statement);
 }
 
@@ -56,7 +56,7 @@ void deleteFromChromiumDatabase(Platform& platform, const std::string& path,
     for (const std::string& statement : statements) {
         if (!platform.fileExists(path)) continue;
         Sqlite database;
-        if (database.open(path)) database.executeQuery(statement);
+        if (database.open(path, platform.readOnly())) database.executeQuery(statement);
     }
 }
 
@@ -80,12 +80,12 @@ std::array<long, 2> WorkerAppDelegate::removeCookies(const std::string& browser,
             deletionStatements(std::move(removalList), kDeleteMozillaCookie, kMozillaHostColumn, kMozillaKeyColumn);
         for (const std::string& folder : firefoxProfileFolders(*this)) {
             std::string path = appendingPathComponent(folder, kMozillaCookieFile);
-            if (platform_.fileExists(path)) deleteFromMozillaDatabase(path, statements);
+            if (platform_.fileExists(path)) deleteFromMozillaDatabase(platform_, path, statements);
         }
     } else if (browser == kCamino) {
         std::string path = expandTilde(kCaminoCookieDatabase);
         if (platform_.fileExists(path)) {
-            deleteFromMozillaDatabase(path, deletionStatements(std::move(removalList), kDeleteMozillaCookie,
+            deleteFromMozillaDatabase(platform_, path, deletionStatements(std::move(removalList), kDeleteMozillaCookie,
                                                                kMozillaHostColumn, kMozillaKeyColumn));
         }
     } else if (isChromiumFamily(browser)) {

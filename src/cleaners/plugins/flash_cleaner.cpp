@@ -46,6 +46,7 @@ long WorkerAppDelegate::removeFlash(const std::string& browser, const KeepList& 
     });
 
     long count = static_cast<long>(removed.size());
+    noteStore(kFlashStore, kFlashPlayerFolder, count, "sites");
     if (browser == kGoogleChrome || browser == kChromium) {
         if (std::optional<std::array<long, 2>> pepper = clearChromeFlash(browser, keep)) {
             count += static_cast<std::int32_t>((*pepper)[1]);

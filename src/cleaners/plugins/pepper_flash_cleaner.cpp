@@ -57,6 +57,8 @@ std::optional<std::array<long, 2>> WorkerAppDelegate::clearChromeFlash(const std
             }
         }
     }
+    // Reported per browser: a pair is a profile's host, so the profiles share one line.
+    noteStore(kFlashStore, dataRoot, static_cast<long>(removed.size()), "sites");
     return std::array<long, 2>{static_cast<long>(seen.size()), static_cast<long>(removed.size())};
 }
 

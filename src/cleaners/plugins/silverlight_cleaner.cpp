@@ -72,6 +72,7 @@ long WorkerAppDelegate::removeSilverlight(const KeepList& keep) {
             }
         }
     }
+    noteStore(kSilverlightStore, isolatedStorage, static_cast<long>(removed.size()), "sites");
     return static_cast<long>(removed.size());
 }
 

@@ -87,7 +87,7 @@ void WebStorageSweep::withDatabase(const std::string& path, const std::function<
     // Opening creates a missing file, so existence is tested first.
     if (!platform_.fileExists(path)) return;
     Sqlite database;
-    if (database.open(path)) use(database);
+    if (database.open(path, platform_.readOnly())) use(database);
 }
 
 void WebStorageSweep::disposeAll(const std::string& folder, const std::vector<std::string>& names) {
@@ -104,6 +104,7 @@ void WebStorageSweep::webDatabases(const std::string& folder, Index index) {
         // The two index formats are brought into line in different orders:
         // Safari's after its folders are gone and in both of its tables, the
         // Chromium family's before, in the one table it has.
+        delegate_.noteStore(kDatabasesStore, folder, static_cast<long>(chosen.size()), "databases");
         if (index == Index::Safari) {
             disposeAll(folder, chosen);
             chosen_ += static_cast<long>(chosen.size());
@@ -132,6 +133,7 @@ void WebStorageSweep::localStorage(const std::string& folder, const std::string&
         if (browser != kSafari) delegate_.dispose(file + kJournalSuffix, secure_);
         for (const char* suffix : kWriteAheadLogSuffixes) delegate_.dispose(file + suffix, secure_);
     }
+    delegate_.noteStore(kLocalStorageStore, folder, static_cast<long>(chosen.size()), "files");
     chosen_ += static_cast<long>(chosen.size());
 }
 
@@ -166,6 +168,7 @@ void WebStorageSweep::mozillaStore(const std::string& path, std::vector<std::str
         appendTexts(store.executeQuery(kSelectScopes), kScopeColumn, scopes);
         std::vector<std::string> chosen = delegate_.mozillaLocalStorage(scopes, keep_);
         store.executeQuery(withValueList(kDeleteScopes, chosen));
+        delegate_.noteStore(kLocalStorageStore, path, static_cast<long>(chosen.size()), "scopes");
         chosen_ += static_cast<long>(chosen.size());
     });
 }
