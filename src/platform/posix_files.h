@@ -20,6 +20,9 @@ public:
     static std::vector<std::string> contentsOfDirectory(const std::string& path);
     static std::optional<std::string> readUtf8File(const std::string& path);
     static bool removeItem(const std::string& path);
+    static bool replaceFileContents(const std::string& path, const std::string& contents,
+                                    const std::optional<std::string>& retiredPath);
+    static bool isLockedByOtherProcess(const std::string& path);
 
     static int openForOverwrite(const std::string& path);
     static std::optional<std::uint64_t> sizeOfOpenFile(int fd);
