@@ -8,13 +8,13 @@
 #include "keep/keep_set.h"
 #include "linux/browser_installs.h"
 #include "linux/family_cleaner.h"
+#include "linux/skip_reasons.h"
 
 namespace tasselby {
 
 namespace {
 
 constexpr const char* kInstallStore = "Install";
-constexpr const char* kRunningBrowser = "running browser";
 constexpr const char* kSilverlightCount = "0";  // no Silverlight on a Linux desktop
 
 }  // namespace
@@ -63,7 +63,7 @@ LinuxRunStatus LinuxRun::run() {
     if (cleaner != nullptr) {
         for (const BrowserInstall& install : installs) {
             if (cleaner->installRunning(install)) {
-                run.skip(kInstallStore, install.userData, kRunningBrowser, true);
+                run.skip(kInstallStore, install.userData, kReasonRunningBrowser, true);
                 continue;
             }
             for (const BrowserProfile& profile : cleaner->profiles(install)) cleaner->cleanProfile(install, profile, run);

@@ -27,7 +27,8 @@ std::optional<std::string> WebUrl::webHost(std::string_view url) {
         return std::nullopt;
     }
     std::string_view authority = url.substr(separator + kSchemeSeparator.size());
-    authority = authority.substr(0, std::min(authority.find_first_of("/?#"), authority.size()));
+    // A backslash ends the authority as "/" does: browsers read it so in web addresses.
+    authority = authority.substr(0, std::min(authority.find_first_of("/?#\\"), authority.size()));
     std::size_t at = authority.rfind('@');
     if (at != std::string_view::npos) authority.remove_prefix(at + 1);
 

@@ -11,6 +11,7 @@ TEST(WebUrlTest, HostsOfWebAddressesOnly) {
         {"http://alpha.localhost:18765/", "alpha.localhost"},
         {"HTTPS://user:pw@host.example.org:8443/path?q=1#f", "host.example.org"},
         {"https://host.example.org?q=a/b", "host.example.org"},
+        {"https://host.example.org\\@evil.example/", "host.example.org"},
         {"http://[::1]:8080/", "[::1]"},
         {"chrome://FirefoxAccounts", std::nullopt},
         {"moz-extension://0b8c9a2e/", std::nullopt},
