@@ -8,6 +8,7 @@
 #include "linux/cookie_table_cleaner.h"
 #include "linux/login_keep_list.h"
 #include "linux/running_browser.h"
+#include "linux/skip_reasons.h"
 #include "storage/sqlite.h"
 
 namespace tasselby {
@@ -22,15 +23,12 @@ constexpr CookieTable kCookieTable{"cookies", "host_key", "name"};
 constexpr const char* kCookies = "Cookies";
 constexpr const char* kCache = "Cache";
 constexpr const char* kFlash = "Flash";
-constexpr const char* kSecureDelete = "PRAGMA secure_delete = ON;";
 
 constexpr const char* kRows = "rows";
 constexpr const char* kKeys = "keys";
 constexpr const char* kFolders = "folders";
 constexpr const char* kItems = "items";
 constexpr const char* kFailed = "failed";
-constexpr const char* kLocked = "locked";
-constexpr const char* kUnknownFormat = "unknown format";
 
 }  // namespace
 
@@ -79,27 +77,7 @@ void ChromiumProfileCleaner::apply(const BrowserProfile& profile, ChromiumProfil
 }
 
 void ChromiumProfileCleaner::applyCookies(ChromiumProfilePlan& plan, CleaningRun& run) {
-    CookieTableCleaner cleaner(kCookieTable, [&](std::string_view host) { return run.isKeptHost(host); },
-                               run.trackingCatalogue());
-    for (const std::string& path : plan.cookieFiles) {
-        CookieTableCleaner::Counts counts;
-        switch (cleaner.clean(path, run.dryRun(), run.secureDelete(), &counts)) {
-            case CookieTableCleaner::Outcome::Done:
-                run.countCookies(counts.rows, counts.tracking);
-                run.report({kCookies, path, "", counts.rows, kRows, counts.tracking, ""});
-                break;
-            case CookieTableCleaner::Outcome::Locked:
-                run.skip(kCookies, path, kLocked, true);
-                break;
-            case CookieTableCleaner::Outcome::UnknownFormat:
-                run.skip(kCookies, path, kUnknownFormat, false);
-                break;
-            case CookieTableCleaner::Outcome::Missing:
-            case CookieTableCleaner::Outcome::Failed:
-                run.report({kCookies, path, kFailed, 0, kRows, 0, ""});
-                break;
-        }
-    }
+    for (const std::string& path : plan.cookieFiles) cleanCookieFile(kCookieTable, kCookies, path, run);
 }
 
 void ChromiumProfileCleaner::applyKeyDeletions(const BrowserProfile& profile, ChromiumProfilePlan& plan,
@@ -152,7 +130,7 @@ void ChromiumProfileCleaner::applyRowDeletions(ChromiumProfilePlan& plan, Cleani
             // browser tolerates rows whose data has gone.
             Sqlite database;
             bool done = database.openExisting(deletion.database, false) &&
-                        (!run.secureDelete() || database.executeNonQuery(kSecureDelete)) &&
+                        (!run.secureDelete() || database.enableSecureDelete()) &&
                         database.beginTransaction();
             for (const std::string& value : deletion.values) {
                 done = done && database.executeNonQuery(deletion.sql, {SqlArgument(value)});

@@ -10,6 +10,7 @@
 #include "keep/worker_extras.h"
 #include "linux/chromium_profile_cleaner.h"
 #include "linux/chromium_storage_keys.h"
+#include "linux/skip_reasons.h"
 #include "linux/web_origin.h"
 #include "storage/sqlite.h"
 
@@ -57,8 +58,6 @@ constexpr std::string_view kUserDataPrefix = "REG_USER_DATA:";
 constexpr std::string_view kHasUserDataPrefix = "REG_HAS_USER_DATA:";
 constexpr std::string_view kUniqueOriginPrefix = "INITDATA_UNIQUE_ORIGIN:";
 
-constexpr const char* kLocked = "locked";
-constexpr const char* kUnknownFormat = "unknown format";
 
 std::string profileFile(const BrowserProfile& profile, const char* relative) {
     return appendingPathComponent(profile.path, relative);
@@ -108,7 +107,7 @@ std::unique_ptr<LevelDb> ChromiumProfileCleaner::openLevelDb(const std::string& 
     FileType type = platform_.fileType(folder);
     if (type == FileType::None) return nullptr;
     if (type != FileType::Directory) {
-        plan.skips.push_back({store, folder, kUnknownFormat, false});
+        plan.skips.push_back({store, folder, kReasonUnknownFormat, false});
         return nullptr;
     }
     LevelDb::Status status = LevelDb::Status::Missing;
@@ -119,9 +118,9 @@ std::unique_ptr<LevelDb> ChromiumProfileCleaner::openLevelDb(const std::string& 
     } else {
         database = run.dryRun() ? LevelDb::openCopy(folder, &status) : LevelDb::openForEditing(folder, &status);
     }
-    if (status == LevelDb::Status::Locked) plan.skips.push_back({store, folder, kLocked, true});
+    if (status == LevelDb::Status::Locked) plan.skips.push_back({store, folder, kReasonLocked, true});
     if (status == LevelDb::Status::Unreadable || status == LevelDb::Status::Missing) {
-        plan.skips.push_back({store, folder, kUnknownFormat, false});
+        plan.skips.push_back({store, folder, kReasonUnknownFormat, false});
     }
     return database;
 }
@@ -133,7 +132,7 @@ void ChromiumProfileCleaner::planLocalStorage(const BrowserProfile& profile, Chr
     if (!database) return;
     // Without its version key the store is not of the format we know.
     if (database->get(kLocalStorageVersionKey) != std::optional<std::string>(kLocalStorageVersion)) {
-        plan.skips.push_back({kLocalStorage, folder, kUnknownFormat, false});
+        plan.skips.push_back({kLocalStorage, folder, kReasonUnknownFormat, false});
         return;
     }
     ChromiumProfilePlan::KeyDeletion deletion{kLocalStorage, folder, nullptr, {}, {}};
@@ -148,7 +147,7 @@ void ChromiumProfileCleaner::planLocalStorage(const BrowserProfile& profile, Chr
         return true;
     });
     if (!read) {
-        plan.skips.push_back({kLocalStorage, folder, kUnknownFormat, false});
+        plan.skips.push_back({kLocalStorage, folder, kReasonUnknownFormat, false});
         return;
     }
     if (deletion.keys.empty()) return;
@@ -162,7 +161,7 @@ void ChromiumProfileCleaner::planServiceWorkers(const BrowserProfile& profile, C
     std::unique_ptr<LevelDb> database = openLevelDb(kServiceWorkers, folder, plan, run);
     if (!database) return;
     if (!database->get(kServiceWorkerVersionKey)) {
-        plan.skips.push_back({kServiceWorkers, folder, kUnknownFormat, false});
+        plan.skips.push_back({kServiceWorkers, folder, kReasonUnknownFormat, false});
         return;
     }
     struct Registration {
@@ -198,7 +197,7 @@ void ChromiumProfileCleaner::planServiceWorkers(const BrowserProfile& profile, C
         return true;
     });
     if (!read) {
-        plan.skips.push_back({kServiceWorkers, folder, kUnknownFormat, false});
+        plan.skips.push_back({kServiceWorkers, folder, kReasonUnknownFormat, false});
         return;
     }
     ChromiumProfilePlan::KeyDeletion deletion{kServiceWorkers, folder, nullptr, {}, {}};
@@ -251,7 +250,7 @@ void ChromiumProfileCleaner::planCacheStorage(const BrowserProfile& profile, Chr
         if (platform_.fileType(index) == FileType::Regular) bytes = readBinaryFile(index);
         std::optional<std::string> named = bytes ? ChromiumStorageKeys::cacheStorageOrigin(*bytes) : std::nullopt;
         if (!named) {
-            plan.skips.push_back({kCacheStorage, cache, kUnknownFormat, false});
+            plan.skips.push_back({kCacheStorage, cache, kReasonUnknownFormat, false});
             continue;
         }
         std::optional<WebOrigin> origin = WebOrigin::fromUrl(*named);
@@ -270,7 +269,7 @@ void ChromiumProfileCleaner::planSiteStorage(const BrowserProfile& profile, Chro
     if (database.openExisting(quota, true)) buckets = database.executeQuery(kSelectBuckets);
     if (!buckets) {
         // The browser tolerates stale quota rows; the other stores are cleaned all the same.
-        plan.skips.push_back({kQuota, quota, kUnknownFormat, false});
+        plan.skips.push_back({kQuota, quota, kReasonUnknownFormat, false});
         return;
     }
     ChromiumProfilePlan::RowDeletion rows{kQuota, quota, kDeleteBucket, {}};

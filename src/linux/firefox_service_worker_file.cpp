@@ -46,7 +46,7 @@ std::optional<FirefoxServiceWorkerFile> FirefoxServiceWorkerFile::parse(std::str
         }
         // A block too short to hold its scope is not one we can judge.
         if (block.size() <= scopeLine) return std::nullopt;
-        Registration registration{std::string(block[scopeLine]), {}};
+        Registration registration{std::string(block[0]), std::string(block[scopeLine]), {}};
         for (std::string_view line : block) (registration.text += line) += '\n';
         (registration.text += kTerminator) += '\n';
         file.registrations_.push_back(std::move(registration));

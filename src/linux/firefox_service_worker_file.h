@@ -15,6 +15,7 @@ namespace tasselby {
 class FirefoxServiceWorkerFile {
 public:
     struct Registration {
+        std::string suffix;  // the origin attributes ("^userContextId=1"), often empty
         std::string scope;
         std::string text;  // the block's lines as written, terminator line included
     };

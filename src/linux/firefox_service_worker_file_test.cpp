@@ -18,6 +18,7 @@ TEST(FirefoxServiceWorkerFileTest, DropsOnlyTheRegistrationsNotKept) {
     ASSERT_TRUE(file);
     ASSERT_EQ(file->registrations().size(), 3u);
     EXPECT_EQ(file->registrations()[1].scope, "http://beta.localhost:18765/");
+    EXPECT_EQ(file->registrations()[1].suffix, "^userContextId=1");
     auto notBeta = [](const FirefoxServiceWorkerFile::Registration& r) { return r.scope.find("beta") == std::string::npos; };
     EXPECT_EQ(file->textKeeping(notBeta), "12\n" + alpha + gamma);
     EXPECT_EQ(file->textKeeping([](auto&) { return false; }), "12\n");

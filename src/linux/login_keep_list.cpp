@@ -2,7 +2,7 @@
 
 #include "keep/worker_extras.h"
 #include "linux/firefox_logins.h"
-#include "linux/web_url.h"
+#include "linux/web_origin.h"
 #include "storage/sqlite.h"
 
 namespace tasselby {
@@ -36,9 +36,9 @@ void addSitesOfUrls(const std::string& path, const char* query, std::set<std::st
 }  // namespace
 
 std::optional<std::string> LoginKeepList::siteOfLoginUrl(std::string_view url) {
-    std::optional<std::string> host = WebUrl::webHost(url);
-    if (!host) return std::nullopt;
-    return WorkerExtras::siteWithDomainName(*host);
+    std::optional<WebOrigin> origin = WebOrigin::fromUrl(url);
+    if (!origin) return std::nullopt;
+    return WorkerExtras::siteWithDomainName(origin->host);
 }
 
 void LoginKeepList::addChromiumLogins(const std::string& path, std::set<std::string>& sites) {

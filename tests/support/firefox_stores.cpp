@@ -35,7 +35,7 @@ constexpr const char* kStorageIndexSchema =
     "last_access_time INTEGER NOT NULL, accessed INTEGER NOT NULL, persisted INTEGER NOT NULL, "
     "PRIMARY KEY (repository_id, origin), FOREIGN KEY (repository_id) REFERENCES repository(id));";
 
-std::string quoted(const std::string& text) {
+std::string sqlLiteral(const std::string& text) {
     std::string result = "'";
     for (char c : text) result += c == '\'' ? std::string("''") : std::string(1, c);
     return result + "'";
@@ -77,8 +77,8 @@ void writeFirefoxCookies(const std::string& path, const std::vector<FirefoxCooki
         ++id;
         sql += "INSERT INTO moz_cookies (id, originAttributes, name, value, host, path, expiry, lastAccessed, "
                "creationTime, isSecure, isHttpOnly, updateTime) VALUES (" +
-               std::to_string(id) + ", " + quoted(cookie.originAttributes) + ", " + quoted(cookie.name) +
-               ", 'v', " + quoted(cookie.host) + ", '/', 1821312210000, 1763860000000000, " +
+               std::to_string(id) + ", " + sqlLiteral(cookie.originAttributes) + ", " + sqlLiteral(cookie.name) +
+               ", 'v', " + sqlLiteral(cookie.host) + ", '/', 1821312210000, 1763860000000000, " +
                std::to_string(1763860000000000 + id) + ", 0, 0, 1763860000000000);";
     }
     executeSql(path, sql);
@@ -102,8 +102,8 @@ void writeStorageIndex(const std::string& profile, const std::vector<std::string
         std::size_t marker = origin.find('^');
         std::string suffix = marker == std::string::npos ? "" : origin.substr(marker);
         for (int repository : i == 0 ? std::vector<int>{2, 1} : std::vector<int>{2}) {
-            sql += "INSERT INTO origin VALUES (" + std::to_string(repository) + ", " + quoted(suffix) + ", " +
-                   quoted(origin.substr(0, marker)) + ", " + quoted(origin) +
+            sql += "INSERT INTO origin VALUES (" + std::to_string(repository) + ", " + sqlLiteral(suffix) + ", " +
+                   sqlLiteral(origin.substr(0, marker)) + ", " + sqlLiteral(origin) +
                    ", 'I49152 L24', 49176, 1763860000000000, 1, 0);";
         }
     }
