@@ -5,43 +5,56 @@
 namespace tasselby {
 namespace {
 
-TEST(WebOriginTest, OriginsOfWebAddressesOnly) {
-    const std::vector<std::pair<std::string, std::optional<std::string>>> table = {
-        {"https://www.Example.com", "https://www.example.com"},
-        {"http://alpha.localhost:18765/", "http://alpha.localhost:18765"},
-        {"https://alpha.localhost:443/x", "https://alpha.localhost"},
-        {"HTTPS://user:pw@host.example.org:8443/path?q=1#f", "https://host.example.org:8443"},
-        {"https://host.example.org?q=a/b", "https://host.example.org"},
-        {"https://host.example.org\\@evil.example/", "https://host.example.org"},
-        {"http://[::1]:8080/", "http://[::1]:8080"},
-        {"https://tracker.example^0https://kept.example", "https://tracker.example"},
-        {"chrome://FirefoxAccounts", std::nullopt},
-        {"moz-extension://0b8c9a2e/", std::nullopt},
-        {"android://hash@com.example.app/", std::nullopt},
-        {"ftp://example.com/", std::nullopt},
-        {"example.com", std::nullopt},
-        {"https://", std::nullopt},
-        {"https://:443/", std::nullopt},
-        {"https://a.example:99999/", std::nullopt},
-        {"http://[::1/", std::nullopt},
+TEST(WebOrigin, FromUrlsAndStorageKeys) {
+    struct Case {
+        std::string text;
+        std::optional<std::string> origin;
     };
-    for (const auto& [url, origin] : table) {
-        std::optional<WebOrigin> parsed = WebOrigin::fromUrl(url);
-        EXPECT_EQ(parsed ? std::optional<std::string>(parsed->text()) : std::nullopt, origin) << url;
+    const Case cases[] = {
+        {"http://alpha.localhost:18765", "http://alpha.localhost:18765"},
+        {"http://alpha.localhost:18765/", "http://alpha.localhost:18765"},
+        {"https://example.com:443/path?q#f", "https://example.com"},
+        {"http://example.com:80", "http://example.com"},
+        {"https://embedded.example^0https://top.example", "https://embedded.example"},
+        {"https://a.example/^31234^41", "https://a.example"},
+        {"http://[::1]:8080/", "http://[::1]:8080"},
+        {"chrome-extension://abcdef/", std::nullopt},
+        {"file:///home/user", std::nullopt},
+        {"http://", std::nullopt},
+        {"http://host:99999/", std::nullopt},
+        {"http://host:x/", std::nullopt},
+        {"http://us@er@host/", "http://host"},  // user information ends at the last "@"
+        {"HTTPS://User:pw@Mail.Example.org:8443/", "https://mail.example.org:8443"},
+        {"https://host.example.org\\@evil.example/", "https://host.example.org"},
+        {"http://[::1/", std::nullopt},
+        {"example.com", std::nullopt},
+        {"^http://a.example", std::nullopt},
+    };
+    for (const Case& each : cases) {
+        std::optional<WebOrigin> origin = WebOrigin::fromUrl(each.text);
+        EXPECT_EQ(origin ? std::optional(origin->text()) : std::nullopt, each.origin) << each.text;
     }
 }
 
-TEST(WebOriginTest, ChromiumFolderIdentifiers) {
-    const std::vector<std::pair<std::string, std::optional<std::string>>> table = {
+TEST(WebOrigin, FromFolderIdentifiers) {
+    struct Case {
+        std::string identifier;
+        std::optional<std::string> origin;
+    };
+    const Case cases[] = {
         {"http_alpha.localhost_18765", "http://alpha.localhost:18765"},
         {"https_example.com_0", "https://example.com"},
+        {"https_under_score.example_443", "https://under_score.example"},
         {"chrome-extension_abcdef_0", std::nullopt},
-        {"https_example.com", std::nullopt},
-        {"https_example.com_x", std::nullopt},
+        {"file__0", std::nullopt},
+        {"http_example.com", std::nullopt},
+        {"http_example.com_", std::nullopt},
+        {"http__80", std::nullopt},
+        {"", std::nullopt},
     };
-    for (const auto& [identifier, origin] : table) {
-        std::optional<WebOrigin> parsed = WebOrigin::fromIdentifier(identifier);
-        EXPECT_EQ(parsed ? std::optional<std::string>(parsed->text()) : std::nullopt, origin) << identifier;
+    for (const Case& each : cases) {
+        std::optional<WebOrigin> origin = WebOrigin::fromIdentifier(each.identifier);
+        EXPECT_EQ(origin ? std::optional(origin->text()) : std::nullopt, each.origin) << each.identifier;
     }
 }
 
