@@ -17,8 +17,6 @@ namespace tasselby {
 namespace {
 
 constexpr const char* kProfilesIni = "profiles.ini";
-constexpr const char* kParentLock = ".parentlock";
-constexpr const char* kLockLink = "lock";
 constexpr const char* kLoginsJson = "logins.json";
 constexpr const char* kSignons = "signons.sqlite";
 constexpr const char* kCookies = "cookies.sqlite";
@@ -48,7 +46,6 @@ constexpr const char* kQuotaStore = "Storage Index";
 constexpr const char* kServiceWorkerStore = "Service Workers";
 constexpr const char* kWebStorageStore = "Web Storage";
 constexpr const char* kCacheStore = "Cache";
-
 
 // The origin a legacy storage scope ("moc.elpmaxe.www.:https:443") stands
 // for, so that it counts as the same origin as its storage folder; the scope
