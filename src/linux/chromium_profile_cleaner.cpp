@@ -22,11 +22,6 @@ constexpr const char* kInstallCaches[] = {"GrShaderCache", "ShaderCache", "Graph
 constexpr CookieTable kCookieTable{"cookies", "host_key", "name"};
 constexpr const char* kCookies = "Cookies";
 constexpr const char* kCache = "Cache";
-<<<<<<< HEAD
-constexpr const char* kFlash = "Flash";
-=======
-constexpr const char* kSecureDelete = "PRAGMA secure_delete = ON;";
->>>>>>> linux
 
 constexpr const char* kRows = "rows";
 constexpr const char* kKeys = "keys";
@@ -92,7 +87,7 @@ void ChromiumProfileCleaner::applyKeyDeletions(const BrowserProfile& profile, Ch
             std::unique_ptr<LevelDb> database = LevelDb::openForEditing(deletion.folder, &status);
             // A browser that started since the plan was made holds the store now.
             if (status == LevelDb::Status::Locked) {
-                run.skip(deletion.store, deletion.folder, kLocked, true);
+                run.skip(deletion.store, deletion.folder, kReasonLocked, true);
                 continue;
             }
             // Closing (at the end of the block) gives the store's files back their modes.
@@ -136,11 +131,7 @@ void ChromiumProfileCleaner::applyRowDeletions(ChromiumProfilePlan& plan, Cleani
             // browser tolerates rows whose data has gone.
             Sqlite database;
             bool done = database.openExisting(deletion.database, false) &&
-<<<<<<< HEAD
                         (!run.secureDelete() || database.enableSecureDelete()) &&
-=======
-                        (!run.secureDelete() || database.executeQuery(kSecureDelete)) &&
->>>>>>> linux
                         database.beginTransaction();
             for (const std::string& value : deletion.values) {
                 done = done && database.executeNonQuery(deletion.sql, {SqlArgument(value)});

@@ -56,7 +56,6 @@ constexpr std::string_view kUserDataPrefix = "REG_USER_DATA:";
 constexpr std::string_view kHasUserDataPrefix = "REG_HAS_USER_DATA:";
 constexpr std::string_view kUniqueOriginPrefix = "INITDATA_UNIQUE_ORIGIN:";
 
-
 std::string profileFile(const BrowserProfile& profile, const char* relative) {
     return appendingPathComponent(profile.path, relative);
 }
@@ -108,22 +107,10 @@ std::unique_ptr<LevelDb> ChromiumProfileCleaner::readLevelDb(const std::string& 
         plan.skips.push_back({store, folder, kReasonUnknownFormat, false});
         return nullptr;
     }
-<<<<<<< HEAD
-    LevelDb::Status status = LevelDb::Status::Missing;
-    std::unique_ptr<LevelDb> database;
-    // A dry run asks about the lock without taking it, then reads a copy.
-    if (run.dryRun() && LevelDb::lockHeld(folder)) {
-        status = LevelDb::Status::Locked;
-    } else {
-        database = run.dryRun() ? LevelDb::openCopy(folder, &status) : LevelDb::openForEditing(folder, &status);
-    }
-    if (status == LevelDb::Status::Locked) plan.skips.push_back({store, folder, kReasonLocked, true});
-=======
     LevelDb::Status status = LevelDb::Status::Locked;
     // The lock is asked about without taking it; a held store is not even copied.
     std::unique_ptr<LevelDb> database = LevelDb::lockHeld(folder) ? nullptr : LevelDb::openCopy(folder, &status);
-    if (status == LevelDb::Status::Locked) plan.skips.push_back({store, folder, kLocked, true});
->>>>>>> linux
+    if (status == LevelDb::Status::Locked) plan.skips.push_back({store, folder, kReasonLocked, true});
     if (status == LevelDb::Status::Unreadable || status == LevelDb::Status::Missing) {
         plan.skips.push_back({store, folder, kReasonUnknownFormat, false});
     }

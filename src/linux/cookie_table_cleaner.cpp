@@ -72,12 +72,7 @@ CookieTableCleaner::Outcome CookieTableCleaner::clean(const std::string& path, b
         return Outcome::Done;
     }
 
-<<<<<<< HEAD
     if (secureDelete && !database.enableSecureDelete()) {
-=======
-    // The pragma answers with a row (its new value), so it runs as a query.
-    if (secureDelete && !database.executeQuery(kSecureDelete)) {
->>>>>>> linux
         return isBusy(database) ? Outcome::Locked : Outcome::Failed;
     }
     if (!database.beginTransaction()) return isBusy(database) ? Outcome::Locked : Outcome::Failed;
