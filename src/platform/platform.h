@@ -160,6 +160,17 @@ public:
     // Removes a file, a link (never its target) or a folder with everything
     // in it. Errors are ignored; answers whether the item is gone.
     virtual bool removeItem(const std::string& path) = 0;
+    // Replaces a regular file's contents in one step: the text goes to a new
+    // file beside it, is synced, takes the old file's mode and is renamed over
+    // it, so a reader sees the old file or the new one, never a part. With
+    // retiredPath, the old file is first linked there (for overwriting it
+    // afterwards). False, with the file unchanged, when any step fails or path
+    // is not a regular file.
+    virtual bool replaceFileContents(const std::string& path, const std::string& contents,
+                                     const std::optional<std::string>& retiredPath) = 0;
+    // Whether another process holds an fcntl lock on the file; false for a
+    // missing or unreadable file.
+    virtual bool isLockedByOtherProcess(const std::string& path) = 0;
 
     // --- Overwriting (the system calls of secure deletion) ---------------
     // Opens an existing regular file read-write: no create, truncate, append or

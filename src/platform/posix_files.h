@@ -28,6 +28,9 @@ public:
     // readWholeFile, and nothing unless the bytes are valid UTF-8.
     static std::optional<std::string> readUtf8File(const std::string& path);
     static bool removeItem(const std::string& path);
+    static bool replaceFileContents(const std::string& path, const std::string& contents,
+                                    const std::optional<std::string>& retiredPath);
+    static bool isLockedByOtherProcess(const std::string& path);
 
     // A regular file opened read-write; -1 for anything else, a final
     // symbolic link included.
