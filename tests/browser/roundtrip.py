@@ -1,19 +1,23 @@
 #!/usr/bin/python3
 """Real-browser round trips of the worker's Linux layout.
 
-    roundtrip.py chromium|firefox keep|running --worker PATH [--keep-home] [--control]
+    roundtrip.py chromium|firefox keep|running --worker PATH [--secure-delete] [--keep-home]
 
 keep     fills a throwaway profile for three sites, saves passwords for two,
          runs the worker, starts the browser again and reads back from page
          scripts that the two sites with passwords kept all their data, the
          third kept none, the caches went and the browser took the profile
-         without complaint.
+         without complaint; the worker's one notification counts exactly the
+         third site's cookie rows and its one origin.
 running  fills the same profile, then runs the worker while the browser holds
-         it: the worker must exit 75 and leave everything, as the browser
-         shows after a restart.
+         it: the worker must exit 75, report nothing removed and leave
+         everything, as the browser shows after a restart.
+--secure-delete  runs the worker with secureDeleteData set.
 --control  deletes the IndexedDB and cookies of one kept site by hand after the
          worker ran, to watch the verifier fail (a check of the test itself).
 
+The worker runs in a private session bus (tests/integration/session.sh) with
+a notification service and no keyring, so saved logins alone make its keep list.
 Exit status 0 when every check passed, 1 with the failures listed otherwise.
 """
 
@@ -22,6 +26,7 @@ import hashlib
 import json
 import os
 import pathlib
+import plistlib
 import re
 import shutil
 import sqlite3
@@ -41,6 +46,10 @@ WORKER_NAME = {"chromium": "Chromium", "firefox": "Firefox"}
 PAGE_WAIT = 60      # seconds a page gets to report
 WORKER_WAIT = 120   # seconds the worker gets
 EXIT_TRY_AGAIN = 75
+SESSION = pathlib.Path(__file__).resolve().parents[1] / "integration" / "session.sh"
+PREFERENCES = "com.marrowgatestudios.Tasselby"
+REPORT = re.compile(r"(\d+) Cookies \((\d+) Tracking Cookies\), (\d+) Databases, (\d+) Flash, "
+                    r"(\d+) Silverlight, and Cache removed from (.+)")
 COMPLAINT = re.compile(r"corrupt|malformed|database disk image", re.I)
 
 
@@ -94,14 +103,38 @@ class RoundTrip:
     def quit_browser(self, phase):
         self.check(self.browser.quit() == 0, f"the browser's exit status after {phase} was not 0")
 
+    def write_preferences(self, secure_delete):
+        folder = self.home / ".config" / "tasselby"
+        folder.mkdir(parents=True, exist_ok=True)
+        with open(folder / f"{PREFERENCES}.plist", "wb") as plist:
+            plistlib.dump({"displayNotifications": True, "secureDeleteData": secure_delete}, plist)
+
     def run_worker(self):
-        env = {k: v for k, v in os.environ.items() if not k.startswith(("XDG_", "DBUS_", "DISPLAY"))}
-        env["HOME"] = str(self.home)
-        done = subprocess.run([self.worker, "--layout=linux", f"--home={self.home}", WORKER_NAME[self.kind]],
-                              env=env, stdin=subprocess.DEVNULL, capture_output=True, text=True,
-                              timeout=WORKER_WAIT)
-        print(f"worker exit status {done.returncode}\n{done.stdout}{done.stderr}", end="")
-        return done.returncode
+        """Runs the worker in a private session bus that records its
+        notification (no keyring: saved logins alone make the keep list);
+        answers its exit status and the figures of its one notification."""
+        out = self.work / "session"
+        subprocess.run(["bash", str(SESSION), "--home", str(self.home), "--work", str(self.work),
+                        "--out", str(out), "--", self.worker, "--layout=linux", f"--home={self.home}",
+                        WORKER_NAME[self.kind]], stdin=subprocess.DEVNULL, timeout=WORKER_WAIT, check=True)
+        status = int((out / "status").read_text())
+        print(f"worker exit status {status}\n{(out / 'stdout').read_text()}{(out / 'stderr').read_text()}", end="")
+        notifications = json.loads((out / "notifications.json").read_text())
+        self.check(len(notifications) == 1, f"{len(notifications)} notifications, expected 1")
+        figures = REPORT.fullmatch(notifications[0]["body"]) if notifications else None
+        self.check(figures or not notifications, f"unexpected notification {notifications}")
+        return status, figures and figures.groups()
+
+    def cookie_rows(self, host):
+        """Rows of `host` and its domain cookies in the profile's cookie
+        store, read without writing (the browser is closed)."""
+        name, table, column = (("Cookies", "cookies", "host_key") if self.kind == "chromium"
+                               else ("cookies.sqlite", "moz_cookies", "host"))
+        with sqlite3.connect(f"file:{self.browser.profile / name}?immutable=1", uri=True) as db:
+            rows = db.execute(f"SELECT count(*) FROM {table} WHERE {column} IN (?, ?)", (host, "." + host))
+            count = rows.fetchone()[0]
+        db.close()
+        return count
 
     def read_back(self, server):
         self.browser.start()
@@ -156,11 +189,16 @@ class RoundTrip:
             db.execute(f"DELETE FROM {table} WHERE {column} LIKE ?", (f"%{host}",))
         db.close()
 
-    def test_keep(self, server, control):
+    def test_keep(self, server, control, secure_delete):
         self.timed("fill", self.fill, server)
+        self.write_preferences(secure_delete)
         passwords = digest(self.browser.password_stores())
-        status = self.timed("worker", self.run_worker)
+        removed_cookies = self.cookie_rows(REMOVED)
+        status, figures = self.timed("worker", self.run_worker)
         self.check(status == 0, f"worker exit status {status}, expected 0")
+        # Beta's cookie rows, none of them a tracking cookie, and beta's one origin.
+        expected = (str(removed_cookies), "0", "1", "0", "0", WORKER_NAME[self.kind])
+        self.check(figures == expected, f"notification figures {figures}, expected {expected}")
         self.check(digest(self.browser.password_stores()) == passwords, "the password stores changed")
         if control:
             self.control()
@@ -169,18 +207,21 @@ class RoundTrip:
         self.verify(reports, KEPT, "MISS")
         self.verify_no_complaint(since)
 
-    def test_running(self, server, control):
+    def test_running(self, server, control, secure_delete):
         self.timed("fill", self.fill, server)
+        self.write_preferences(secure_delete)
         self.browser.start()
         try:
             before = self.store_state()
-            status = self.timed("worker", self.run_worker)
+            status, figures = self.timed("worker", self.run_worker)
             after = self.store_state()
         finally:
             self.quit_browser("holding the profile")
         self.check(status == EXIT_TRY_AGAIN, f"worker exit status {status}, expected {EXIT_TRY_AGAIN}")
-        gone = sorted(set(before["files"]) - set(after["files"]))
-        self.check(not gone, f"files removed from the running browser's profile: {gone}")
+        expected = ("0", "0", "0", "0", "0", WORKER_NAME[self.kind])
+        self.check(figures == expected, f"notification figures {figures}, expected {expected}")
+        gone = sorted(str(p.relative_to(self.home)) for p in set(before["files"]) - set(after["files"]))
+        self.check(not gone, f"{len(gone)} files removed from the running browser's profile: {gone[:5]}")
         for name, value in before.items():
             if name != "files":
                 self.check(after[name] == value, f"{name} changed: {value} -> {after[name]}")
@@ -194,7 +235,7 @@ class RoundTrip:
         idle writes leave alone: the files of the profile and its cache, and
         the cookie rows where the running browser lets them be read."""
         roots = [self.browser.profile, self.home / ".cache"]
-        state = {"files": [str(p) for root in roots for p in root.rglob("*")
+        state = {"files": [p for root in roots for p in root.rglob("*")
                            if p.is_file() and not p.name.endswith(("-journal", "-wal", ".tmp", "LOG.old"))]}
         if self.kind == "chromium":
             uri = f"file:{self.browser.profile / 'Cookies'}?mode=ro"
@@ -217,6 +258,7 @@ def main():
     parser.add_argument("test", choices=["keep", "running"])
     parser.add_argument("--worker", required=True)
     parser.add_argument("--keep-home", action="store_true", help="leave the throwaway home for a look")
+    parser.add_argument("--secure-delete", action="store_true", help="set secureDeleteData for the worker")
     parser.add_argument("--control", action="store_true", help=argparse.SUPPRESS)
     args = parser.parse_args()
 
@@ -225,7 +267,7 @@ def main():
     start = time.monotonic()
     try:
         with SiteServer() as server:
-            getattr(trip, f"test_{args.test}")(server, args.control)
+            getattr(trip, f"test_{args.test}")(server, args.control, args.secure_delete)
     except Exception as error:  # a browser or page that failed to answer
         trip.failures.append(f"{type(error).__name__}: {error}")
     finally:
