@@ -111,13 +111,18 @@ class Chromium:
         return self._process is not None and self._process.poll() is None
 
     def save_logins(self, origins, never_saved=()):
-        """Adds saved passwords for `origins` to the profile's "Login Data",
-        and "never save" entries for `never_saved`, in the browser's own
-        table. The browser must have created the file and quit."""
+        """Adds saved passwords for `origins` to the profile's password
+        stores, the last one to the account store ("Login Data For
+        Account"), and "never save" entries for `never_saved`, in the
+        browser's own tables. The browser must have created the files and
+        quit."""
         assert not self.running()
         now = int((time.time() + 11644473600) * 1_000_000)  # microseconds since 1601
-        with sqlite3.connect(self.profile / "Login Data") as db:
-            for origin, blocked in [(o, 0) for o in origins] + [(o, 1) for o in never_saved]:
+        rows = [(store, origin, 0) for store, origin in zip(
+            ["Login Data"] * (len(origins) - 1) + ["Login Data For Account"], origins)]
+        rows += [("Login Data", origin, 1) for origin in never_saved]
+        for store, origin, blocked in rows:
+            with sqlite3.connect(self.profile / store) as db:
                 db.execute(
                     "INSERT INTO logins (origin_url, action_url, username_element, username_value,"
                     " password_element, password_value, submit_element, signon_realm, date_created,"
@@ -125,7 +130,7 @@ class Chromium:
                     " date_password_modified) VALUES (?, ?, 'user', ?, 'pass', ?, '', ?, ?, ?, 0, 0, 1, ?, ?)",
                     (origin + "/", origin + "/login", "" if blocked else "ann",
                      b"" if blocked else b"v10" + os.urandom(32), origin + "/", now, blocked, now, now))
-        db.close()
+            db.close()
 
     def password_stores(self):
         return [self.profile / "Login Data", self.profile / "Login Data For Account"]

@@ -128,7 +128,8 @@ class RoundTrip:
 
     def cookie_rows(self, host):
         """Rows of `host` and its domain cookies in the profile's cookie
-        store, read without writing (the browser is closed)."""
+        store, read without writing anything (the browser is closed, and
+        Firefox has checkpointed its write-ahead log when it quit)."""
         name, table, column = (("Cookies", "cookies", "host_key") if self.kind == "chromium"
                                else ("cookies.sqlite", "moz_cookies", "host"))
         with sqlite3.connect(f"file:{self.browser.profile / name}?immutable=1", uri=True) as db:
