@@ -244,7 +244,9 @@ class RoundTrip:
         if self.kind == "chromium":
             uri = f"file:{self.browser.profile / 'Cookies'}?mode=ro"
             with sqlite3.connect(uri, uri=True, timeout=5) as db:
-                state["cookie rows"] = db.execute("SELECT host_key, name FROM cookies ORDER BY 1, 2").fetchall()
+                # Chromium itself drops the session cookies' rows soon after it starts.
+                state["cookie rows"] = db.execute(
+                    "SELECT host_key, name FROM cookies WHERE is_persistent ORDER BY 1, 2").fetchall()
             db.close()
         else:
             sw = self.browser.profile / "serviceworker.txt"
