@@ -216,7 +216,7 @@ class RoundTrip:
         self.write_preferences(secure_delete)
         self.browser.start()
         try:
-            before = self.store_state()
+            before = self.settled_state()
             status, figures = self.timed("worker", self.run_worker)
             after = self.store_state()
         finally:
@@ -233,6 +233,17 @@ class RoundTrip:
             self.control()
         reports = self.timed("read-back", self.read_back, server)
         self.verify(reports, SITES, "HIT")
+
+    def settled_state(self, tries=15):
+        """The store state once the starting browser's own tidying is over:
+        the first one that a second look a second later agrees with."""
+        state = self.store_state()
+        for _ in range(tries):
+            time.sleep(1)
+            state, previous = self.store_state(), state
+            if state == previous:
+                break
+        return state
 
     def store_state(self):
         """What the worker would change, in a form that the browser's own
