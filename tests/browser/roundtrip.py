@@ -224,7 +224,7 @@ class RoundTrip:
         self.check(status == EXIT_TRY_AGAIN, f"worker exit status {status}, expected {EXIT_TRY_AGAIN}")
         expected = ("0", "0", "0", "0", "0", WORKER_NAME[self.kind])
         self.check(figures == expected, f"notification figures {figures}, expected {expected}")
-        gone = sorted(str(p.relative_to(self.home)) for p in set(before["files"]) - set(after["files"]))
+        gone = sorted(str(p.relative_to(self.home)) for p in before["files"] - after["files"])
         self.check(not gone, f"{len(gone)} files removed from the running browser's profile: {gone[:5]}")
         for name, value in before.items():
             if name != "files":
@@ -250,8 +250,8 @@ class RoundTrip:
         idle writes leave alone: the files of the profile and its cache, and
         the cookie rows where the running browser lets them be read."""
         roots = [self.browser.profile, self.home / ".cache"]
-        state = {"files": [p for root in roots for p in root.rglob("*")
-                           if p.is_file() and not p.name.endswith(("-journal", "-wal", ".tmp", "LOG.old"))]}
+        state = {"files": {p for root in roots for p in root.rglob("*")
+                           if p.is_file() and not p.name.endswith(("-journal", "-wal", ".tmp", "LOG.old"))}}
         if self.kind == "chromium":
             uri = f"file:{self.browser.profile / 'Cookies'}?mode=ro"
             with sqlite3.connect(uri, uri=True, timeout=5) as db:
