@@ -250,8 +250,9 @@ class RoundTrip:
         idle writes leave alone: the files of the profile and its cache, and
         the cookie rows where the running browser lets them be read."""
         roots = [self.browser.profile, self.home / ".cache"]
-        state = {"files": {p for root in roots for p in root.rglob("*")
-                           if p.is_file() and not p.name.endswith(("-journal", "-wal", ".tmp", "LOG.old"))}}
+        # os.walk passes over folders that vanish while it looks.
+        state = {"files": {pathlib.Path(folder, name) for root in roots for folder, _, names in os.walk(root)
+                           for name in names if not name.endswith(("-journal", "-wal", ".tmp", "LOG.old"))}}
         if self.kind == "chromium":
             uri = f"file:{self.browser.profile / 'Cookies'}?mode=ro"
             with sqlite3.connect(uri, uri=True, timeout=5) as db:
