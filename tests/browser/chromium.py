@@ -44,9 +44,9 @@ class Chromium:
         commands_in, answers_out = (above_four(fd) for fd in (commands_in, answers_out))
         env = browser_env(self.home)
         with open(self.log, "ab") as log:
-            # The shell puts the two pipe ends on descriptors 3 and 4.
+            # bash (dash takes single digits only) puts the two ends on descriptors 3 and 4.
             self._process = subprocess.Popen(
-                ["/bin/sh", "-c", f'exec "$@" 3<&{commands_in} 4>&{answers_out} '
+                ["/bin/bash", "-c", f'exec "$@" 3<&{commands_in} 4>&{answers_out} '
                  f'{commands_in}<&- {answers_out}>&-', "sh", BINARY,
                  f"--user-data-dir={self.user_data}", *FLAGS, "about:blank"],
                 env=env, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
