@@ -14,6 +14,7 @@ packages=(
     libleveldb-dev
     dbus dbus-daemon dbus-bin
     python3 python3-dbus python3-dbusmock
+    clang-14 libclang-rt-14-dev
     chromium firefox-esr
 )
 
