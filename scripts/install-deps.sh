@@ -13,6 +13,8 @@ packages=(
     nlohmann-json3-dev
     dbus dbus-daemon dbus-bin
     python3 python3-dbus python3-dbusmock
+    libleveldb-dev libsnappy-dev
+    bleachbit
 )
 
 missing=()
