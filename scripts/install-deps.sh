@@ -11,6 +11,7 @@ packages=(
     libsecret-1-dev libsecret-tools gnome-keyring
     libglib2.0-dev libglib2.0-bin libnotify-dev
     nlohmann-json3-dev
+    libleveldb-dev
     dbus dbus-daemon dbus-bin
     python3 python3-dbus python3-dbusmock
     libleveldb-dev libsnappy-dev

@@ -10,6 +10,10 @@ inline constexpr const char* kChromium = "Chromium";
 inline constexpr const char* kCamino = "Camino";
 inline constexpr const char* kFirefox = "Firefox";
 inline constexpr const char* kOpera = "Opera";
+// Browsers that only the Linux layout knows.
+inline constexpr const char* kBrave = "Brave";
+inline constexpr const char* kMicrosoftEdge = "Microsoft Edge";
+inline constexpr const char* kVivaldi = "Vivaldi";
 
 // The answer of startupCheck when no argument names a browser.
 inline constexpr const char* kQuit = "Quit";

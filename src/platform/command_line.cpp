@@ -8,6 +8,9 @@ namespace {
 
 constexpr std::string_view kHomeOption = "--home=";
 constexpr std::string_view kRootOption = "--system-root=";
+constexpr std::string_view kLayoutOption = "--layout=";
+constexpr std::string_view kMacOSLayout = "macos";
+constexpr std::string_view kLinuxLayout = "linux";
 
 }  // namespace
 
@@ -22,6 +25,15 @@ CommandLine CommandLine::parse(int argc, const char* const argv[]) {
             line.help = true;
         } else if (view == "--version") {
             line.version = true;
+        } else if (view.starts_with(kLayoutOption)) {
+            std::string_view value = view.substr(kLayoutOption.size());
+            if (value == kMacOSLayout) {
+                line.layout = Layout::MacOS;
+            } else if (value == kLinuxLayout) {
+                line.layout = Layout::Linux;
+            } else {
+                line.error = "--layout must be macos or linux, not \"" + std::string(value) + "\"";
+            }
         } else if (view.starts_with(kHomeOption) || view.starts_with(kRootOption)) {
             bool isHome = view.starts_with(kHomeOption);
             std::string value(view.substr(isHome ? kHomeOption.size() : kRootOption.size()));

@@ -35,6 +35,16 @@ TEST(CommandLine, OptionsTakeTheNameValueFormOnly) {
     }
 }
 
+TEST(CommandLine, LayoutIsMacOSUnlessLinuxIsAsked) {
+    EXPECT_EQ(parse({"worker", "Safari"}).layout, Layout::MacOS);
+    EXPECT_EQ(parse({"worker", "--layout=linux", "Chromium"}).layout, Layout::Linux);
+    EXPECT_EQ(parse({"worker", "--layout=linux", "--layout=macos"}).layout, Layout::MacOS);
+    for (const char* bad : {"--layout=", "--layout=Linux", "--layout=windows"}) {
+        CommandLine line = parse({"worker", bad, "Chromium"});
+        EXPECT_TRUE(line.error) << bad;
+    }
+}
+
 TEST(CommandLine, HelpVersionAndErrorsAreFoundAnywhereAfterTheProgram) {
     EXPECT_TRUE(parse({"worker", "--home=", "Safari"}).error);
     EXPECT_TRUE(parse({"worker", "--system-root="}).error);

@@ -15,6 +15,10 @@ namespace tasselby {
 namespace {
 
 constexpr const char* kSharedCookieFile = "~/Library/Cookies/Cookies.binarycookies";
+constexpr const char* kMacOSPreferences = "~/Library/Preferences";
+constexpr const char* kLinuxPreferences = "~/.config/tasselby";
+constexpr const char* kConfigHomeVariable = "XDG_CONFIG_HOME";
+constexpr const char* kPreferencesFolderName = "tasselby";
 
 }  // namespace
 
@@ -25,11 +29,22 @@ std::string LinuxPlatform::homeFolder(const CommandLine& commandLine) {
     return "/";
 }
 
+std::string LinuxPlatform::preferencesFolder(const CommandLine& commandLine, const std::string& home) {
+    if (commandLine.layout == Layout::MacOS) return tasselby::expandTilde(kMacOSPreferences, home);
+    // Another person's home (--home) is read as that home lays it out; our
+    // own environment says nothing about it.
+    if (!commandLine.home) {
+        const char* configHome = std::getenv(kConfigHomeVariable);
+        if (configHome != nullptr && configHome[0] == '/') return appendingPathComponent(configHome, kPreferencesFolderName);
+    }
+    return tasselby::expandTilde(kLinuxPreferences, home);
+}
+
 LinuxPlatform::LinuxPlatform(const CommandLine& commandLine)
     : arguments_(commandLine.arguments),
       home_(homeFolder(commandLine)),
       systemRoot_(commandLine.systemRoot.value_or("/")),
-      defaults_(tasselby::expandTilde("~/Library/Preferences", home_)),
+      defaults_(preferencesFolder(commandLine, home_)),
       notifications_("Tasselby"),
       cookieStorage_(std::make_unique<BinaryCookieStorage>(tasselby::expandTilde(kSharedCookieFile, home_))) {
     defaults_.addDomain(kWorkerDomain);

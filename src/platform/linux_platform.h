@@ -55,6 +55,10 @@ public:
 
     // The home folder: the option's, else $HOME, else the password database's.
     static std::string homeFolder(const CommandLine& commandLine);
+    // The folder of the preference property lists: "~/Library/Preferences"
+    // in the macOS layout; in the Linux layout "$XDG_CONFIG_HOME/tasselby"
+    // when that is set and no --home was given, else "~/.config/tasselby".
+    static std::string preferencesFolder(const CommandLine& commandLine, const std::string& home);
 
 private:
     std::vector<std::string> arguments_;

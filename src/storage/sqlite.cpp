@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <random>
@@ -53,6 +54,69 @@ bool Sqlite::open(const std::string& path) {
     if (sqlite3_open(path.c_str(), &db_) != SQLITE_OK) return false;
     filePath_ = path;
     return true;
+}
+
+namespace {
+
+// The path as a "file:" URI: the characters that a URI gives a meaning to
+// are escaped, so that any file name opens as itself.
+std::string fileUri(const std::string& path) {
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    std::string uri = "file:";
+    for (unsigned char c : path) {
+        if (c == '%' || c == '?' || c == '#' || c < 0x20 || c >= 0x7F) {
+            uri += '%';
+            uri += kHex[c >> 4];
+            uri += kHex[c & 0xF];
+        } else {
+            uri += static_cast<char>(c);
+        }
+    }
+    return uri;
+}
+
+constexpr int kMostFunctionArguments = 8;
+
+void callTextFunction(sqlite3_context* context, int count, sqlite3_value** values) {
+    auto* function = static_cast<Sqlite::TextFunction*>(sqlite3_user_data(context));
+    std::optional<std::string_view> arguments[kMostFunctionArguments];
+    for (int i = 0; i < count && i < kMostFunctionArguments; ++i) {
+        int type = sqlite3_value_type(values[i]);
+        if (type == SQLITE_NULL || type == SQLITE_BLOB) continue;
+        const unsigned char* text = sqlite3_value_text(values[i]);
+        if (text == nullptr) continue;
+        arguments[i] = std::string_view(reinterpret_cast<const char*>(text),
+                                        static_cast<std::size_t>(sqlite3_value_bytes(values[i])));
+    }
+    std::size_t used = static_cast<std::size_t>(std::min(count, kMostFunctionArguments));
+    sqlite3_result_int64(context, (*function)(std::span<const std::optional<std::string_view>>(arguments, used)));
+}
+
+void destroyTextFunction(void* function) { delete static_cast<Sqlite::TextFunction*>(function); }
+
+}  // namespace
+
+bool Sqlite::openExisting(const std::string& path, bool readOnly, bool immutable) {
+    close();
+    std::string uri = fileUri(path);
+    if (readOnly && immutable) uri += "?immutable=1";
+    int flags = SQLITE_OPEN_URI | (readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE);
+    if (sqlite3_open_v2(uri.c_str(), &db_, flags, nullptr) != SQLITE_OK) {
+        close();
+        return false;
+    }
+    filePath_ = path;
+    return true;
+}
+
+std::int64_t Sqlite::changes() const { return db_ == nullptr ? 0 : sqlite3_changes64(db_); }
+
+bool Sqlite::createFunction(const std::string& name, int argumentCount, TextFunction function) {
+    if (db_ == nullptr || argumentCount < 0 || argumentCount > kMostFunctionArguments) return false;
+    auto* owned = new TextFunction(std::move(function));
+    // SQLite calls the destructor itself, also when the registration fails.
+    return sqlite3_create_function_v2(db_, name.c_str(), argumentCount, SQLITE_UTF8, owned, callTextFunction,
+                                      nullptr, nullptr, destroyTextFunction) == SQLITE_OK;
 }
 
 void Sqlite::close() {

@@ -2,9 +2,12 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -62,6 +65,12 @@ public:
     // Opens (and creates when missing) the database file; closes any open one
     // first. On failure the handle SQLite gave back stays until close().
     bool open(const std::string& path);
+    // Opens an existing database and never creates one. Read-only when
+    // readOnly is set; immutable further promises SQLite that nobody changes
+    // the file, so it takes no lock at all and a database that another
+    // process holds locked can still be read. False when the file is missing
+    // or does not open (the instance is then closed).
+    bool openExisting(const std::string& path, bool readOnly, bool immutable = false);
     // Closes the connection, retrying by the busy rule; after giving up the
     // connection is forgotten. Nothing happens when none is open.
     void close();
@@ -78,6 +87,17 @@ public:
     // Whether the statement ran to its end without producing a row.
     bool executeNonQuery(const std::string& sql);
     bool executeNonQuery(const std::string& sql, const SqlArguments& arguments);
+
+    // Rows changed by the connection's most recent INSERT, UPDATE or DELETE.
+    std::int64_t changes() const;
+
+    // A function of text arguments that statements of this connection can
+    // call by name; SQL NULL and values that are not text arrive as nothing
+    // (INTEGER and FLOAT as their text). It answers an integer.
+    using TextFunction = std::function<std::int64_t(std::span<const std::optional<std::string_view>>)>;
+    // Registers it for exactly argumentCount arguments (at most 8); the
+    // connection owns it until it closes.
+    bool createFunction(const std::string& name, int argumentCount, TextFunction function);
 
     bool commit();
     bool rollback();

@@ -1,0 +1,17 @@
+#include "linux/family_cleaner.h"
+
+#include "linux/chromium_profile_cleaner.h"
+
+namespace tasselby {
+
+std::unique_ptr<FamilyCleaner> makeFamilyCleaner(BrowserFamily family, Platform& platform) {
+    switch (family) {
+        case BrowserFamily::Chromium:
+            return std::make_unique<ChromiumProfileCleaner>(platform);
+        case BrowserFamily::Firefox:
+            break;
+    }
+    return nullptr;
+}
+
+}  // namespace tasselby

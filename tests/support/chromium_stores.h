@@ -1,0 +1,53 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace tasselby::testing {
+
+// Fixtures of the stores of a Chromium 156 profile, with the schemas the
+// browser writes. Each writer makes the store anew, folders included.
+
+// One row of "Login Data"'s "logins" table.
+struct SavedLogin {
+    std::string originUrl;
+    std::string signonRealm;
+    bool blacklisted = false;  // a "never save here" entry rather than a password
+};
+// "Login Data" (or "Login Data For Account"), meta version 43.
+void writeLoginData(const std::string& path, const std::vector<SavedLogin>& logins);
+
+// One row of a cookie table.
+struct ChromiumCookie {
+    std::string hostKey;
+    std::string name;
+    std::string topFrameSiteKey;
+};
+// "Cookies", meta version 24, with its unique index.
+void writeChromiumCookiesV24(const std::string& path, const std::vector<ChromiumCookie>& cookies);
+
+// A LevelDB at the folder holding exactly these keys, its files made 0600 as
+// the browser makes them.
+void writeLevelDb(const std::string& folder, const std::map<std::string, std::string>& entries);
+// Every key and value of a LevelDB, read through a copy so the store is not touched.
+std::map<std::string, std::string> readLevelDb(const std::string& folder);
+
+// The keys of "Local Storage/leveldb" for one origin ("http://a.localhost:8080")
+// with the given script keys, and the version key.
+std::map<std::string, std::string> localStorageEntries(const std::vector<std::string>& origins);
+
+// The keys of "Service Worker/Database" for one registration per origin
+// (origins end in "/"), registration and version ids counted from 1.
+std::map<std::string, std::string> serviceWorkerEntries(const std::vector<std::string>& origins);
+
+// "Service Worker/CacheStorage/<folder>/index.txt" naming the origin
+// ("http://a.localhost:8080/"), with one cache folder beside it.
+void writeCacheStorage(const std::string& folder, const std::string& origin);
+
+// "WebStorage/QuotaManager" with one bucket per storage key
+// ("http://a.localhost:8080/"), ids counted from 1, and a "WebStorage/<id>"
+// folder with a file for each.
+void writeWebStorage(const std::string& webStorage, const std::vector<std::string>& storageKeys);
+
+}  // namespace tasselby::testing
