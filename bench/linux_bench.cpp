@@ -13,7 +13,9 @@
 //   - BleachBit with its cookie, cache and DOM-storage options for the browser,
 //     HOME pointed at the copy, removing everything those options name;
 //   - the cookie floor: one SQLite DELETE of exactly the rows the worker
-//     removes, on its own connection, beside the worker's cookie step;
+//     removes, on its own connection, beside the worker's own cookie step
+//     (its cookie-table cleaner on the same file, timed alone in a child
+//     process, three of each per round);
 //   - the removal floor: one `rm -rf` of exactly the folders the worker removes
 //     whole, beside the worker on the same home holding only those folders and
 //     its saved passwords.
@@ -48,6 +50,12 @@
 #include <string>
 #include <vector>
 
+#include "app/worker_app_delegate.h"
+#include "keep/keep_set.h"
+#include "keep/worker_extras.h"
+#include "linux/cookie_table_cleaner.h"
+#include "linux/login_keep_list.h"
+#include "platform/fake_platform.h"
 #include "support/sample_home.h"
 
 extern char** environ;
@@ -301,8 +309,9 @@ ChildRun runProgram(const std::vector<std::string>& command, const std::vector<s
     return run;
 }
 
-// Runs work in a forked child, timed there, so that its peak size is its own.
-ChildRun runForked(const std::function<void()>& work) {
+// Runs prepare, then work, in a forked child; only work is timed, and the
+// peak size is the child's own.
+ChildRun runForked(const std::function<void()>& work, const std::function<void()>& prepare = [] {}) {
     int pipeEnds[2];
     if (pipe(pipeEnds) != 0) throw std::runtime_error("no pipe");
     pid_t child = fork();
@@ -312,6 +321,8 @@ ChildRun runForked(const std::function<void()>& work) {
         int code = 0;
         auto start = std::chrono::steady_clock::now();
         try {
+            prepare();
+            start = std::chrono::steady_clock::now();
             work();
         } catch (const std::exception& failure) {
             std::fprintf(stderr, "linux_bench: %s\n", failure.what());
@@ -353,6 +364,8 @@ public:
     virtual std::string cookieStore() const = 0;  // home-relative
     virtual std::string cookieTable() const = 0;
     virtual std::string cookieHostColumn() const = 0;
+    // The sites the worker keeps, read from the home's saved passwords.
+    virtual std::vector<std::string> keptSites(const std::string& home) const = 0;
     // The folders the worker removes whole, home-relative.
     virtual std::vector<std::string> removedTrees() const = 0;
     // The stores a home that holds only those folders lacks, home-relative.
@@ -462,6 +475,11 @@ public:
     std::string cookieStore() const override { return std::string(kProfile) + "/Cookies"; }
     std::string cookieTable() const override { return "cookies"; }
     std::string cookieHostColumn() const override { return "host_key"; }
+    std::vector<std::string> keptSites(const std::string& home) const override {
+        std::set<std::string> sites;
+        for (const std::string& store : passwordStores()) tasselby::LoginKeepList::addChromiumLogins(home + "/" + store, sites);
+        return {sites.begin(), sites.end()};
+    }
     std::vector<std::string> removedTrees() const override {
         std::vector<std::string> trees = {kCache};
         for (int k = 0; k < kIndexedDbSites; ++k) {
@@ -739,6 +757,13 @@ public:
     std::string cookieStore() const override { return std::string(kProfile) + "/cookies.sqlite"; }
     std::string cookieTable() const override { return "moz_cookies"; }
     std::string cookieHostColumn() const override { return "host"; }
+    std::vector<std::string> keptSites(const std::string&) const override {
+        std::vector<std::string> sites;
+        for (int k = 0; k < kSites; ++k) {
+            if (isKept(k)) sites.push_back(siteName(k));
+        }
+        return sites;
+    }
     std::vector<std::string> removedTrees() const override {
         std::vector<std::string> trees = {kCache};
         for (int k = 0; k < kSites; ++k) {
@@ -950,15 +975,14 @@ public:
     explicit Bench(const BrowserCase& browser) : browser_(browser) {}
 
     SizeResult measure(int cookies) {
-        // Four homes, copied afresh for every run: the whole home; the saved
-        // passwords and the cookies alone; the saved passwords alone; and the
-        // whole home less the stores the worker edits in place.
+        // Three homes, copied afresh for every run: the whole home; the saved
+        // passwords and the cookies alone; and the whole home less the stores
+        // the worker edits in place.
         TemporaryFolder whole("tasselby-linux-bench-whole");
         TemporaryFolder cookiesOnly("tasselby-linux-bench-cookies");
-        TemporaryFolder bare("tasselby-linux-bench-bare");
         TemporaryFolder treesOnly("tasselby-linux-bench-trees");
         auto started = std::chrono::steady_clock::now();
-        for (const TemporaryFolder* home : {&whole, &cookiesOnly, &bare, &treesOnly}) {
+        for (const TemporaryFolder* home : {&whole, &cookiesOnly, &treesOnly}) {
             browser_.writeFrame(home->path());
         }
         browser_.writeCookieStore(whole.path(), cookies);
@@ -968,7 +992,6 @@ public:
         for (const std::string& store : browser_.storesBesideTrees()) fs::remove_all(treesOnly / store);
         std::printf("  built the %d-cookie homes in %.1f s\n", cookies,
                     std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count());
-        bare_ = bare.path();
 
         SizeResult result;
         result.cookies = cookies;
@@ -1044,16 +1067,37 @@ private:
         return run;
     }
 
-    // The worker's cookie step: the worker on the home of the saved passwords
-    // and the cookies, less the same worker on the home of the saved passwords
-    // alone (its start, its keep list, its look at the absent stores).
+    // The worker's cookie step, timed alone: the cleaner the worker runs on
+    // each cookie file, given the keep set and catalogue the worker builds
+    // (built before the clock starts).
     ChildRun runWorkerCookies(const std::string& cookiesOnly, int cookies) const {
-        auto withCookies = copyOf(cookiesOnly);
-        auto without = copyOf(bare_);
-        ChildRun fixed = runWorker(without->path());
-        ChildRun run = runWorker(withCookies->path());
-        browser_.checkCookies(withCookies->path(), cookies);
-        run.seconds = std::max(0.0, run.seconds - fixed.seconds);
+        auto copy = copyOf(cookiesOnly);
+        std::string path = copy->path() + "/" + browser_.cookieStore();
+        std::string table = browser_.cookieTable();
+        std::string hostColumn = browser_.cookieHostColumn();
+        std::vector<std::string> sites, catalogue;
+        std::unique_ptr<tasselby::KeepSet> keep;
+        std::unique_ptr<tasselby::CookieTableCleaner> cleaner;
+        tasselby::CookieTableCleaner::Counts counts;
+        ChildRun run = runForked(
+            [&] {
+                if (cleaner->clean(path, false, false, &counts) != tasselby::CookieTableCleaner::Outcome::Done) {
+                    throw std::runtime_error("the worker's cookie step failed");
+                }
+            },
+            [&] {
+                sites = browser_.keptSites(copy->path());
+                keep = std::make_unique<tasselby::KeepSet>(sites);
+                tasselby::FakePlatform platform(copy->path());
+                catalogue = tasselby::WorkerAppDelegate(platform).defaultTrackingCookies();
+                cleaner = std::make_unique<tasselby::CookieTableCleaner>(
+                    tasselby::CookieTable{table.c_str(), hostColumn.c_str(), "name"},
+                    [&](std::string_view host) {
+                        return keep->contains(tasselby::WorkerExtras::siteWithDomainName(std::string(host)));
+                    },
+                    catalogue);
+            });
+        browser_.checkCookies(copy->path(), cookies);
         return run;
     }
 
@@ -1076,7 +1120,6 @@ private:
     }
 
     const BrowserCase& browser_;
-    std::string bare_;
 };
 
 const char* verdict(bool met) { return met ? "met" : "MISSED"; }
@@ -1092,7 +1135,7 @@ bool report(const BrowserCase& browser, const SizeResult& large, const SizeResul
     };
     row("worker --layout=linux, whole run (keeps half)", large.worker, small.worker);
     row("BleachBit, whole run (removes all)", large.bleachbit, small.bleachbit);
-    row("worker, cookie step (net of its fixed cost)", large.workerCookies, small.workerCookies);
+    row("worker's cookie step alone (in process)", large.workerCookies, small.workerCookies);
     row("floor: one SQLite DELETE of the same rows", large.cookieFloor, small.cookieFloor);
     row("worker on the folders it removes whole", large.workerRemoval, small.workerRemoval);
     row("floor: rm -rf of the same folders", large.removalFloor, small.removalFloor);
