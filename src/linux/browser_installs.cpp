@@ -84,6 +84,10 @@ bool BrowserInstalls::isMacOSOnlyBrowser(const std::string& name) {
                        [&](const char* browser) { return name == browser; });
 }
 
+BrowserFamily BrowserInstalls::familyOf(const std::string& browser) {
+    return browser == kFirefox ? BrowserFamily::Firefox : BrowserFamily::Chromium;
+}
+
 std::vector<BrowserInstall> BrowserInstalls::all(const LinuxRoots& roots, const std::string& browser) {
     std::vector<BrowserInstall> installs;
     std::set<std::string> seen;

@@ -29,6 +29,8 @@ public:
     static bool isBrowser(const std::string& name);
     // Whether the name is a browser only of the macOS layout ("Safari", "WebKit", "Camino").
     static bool isMacOSOnlyBrowser(const std::string& name);
+    // The family of a browser of the Linux layout.
+    static BrowserFamily familyOf(const std::string& browser);
     // Every row of the table for the browser, whether it exists or not, each
     // user-data folder once (the XDG roots may make two rows meet).
     static std::vector<BrowserInstall> all(const LinuxRoots& roots, const std::string& browser);

@@ -40,6 +40,8 @@ TEST(BrowserInstalls, NamesOfEachLayout) {
         EXPECT_TRUE(BrowserInstalls::isBrowser(name)) << name;
         EXPECT_FALSE(BrowserInstalls::isMacOSOnlyBrowser(name)) << name;
         EXPECT_FALSE(BrowserInstalls::all(LinuxRoots::inHome("/h"), name).empty()) << name;
+        EXPECT_EQ(BrowserInstalls::familyOf(name),
+                  std::string(name) == kFirefox ? BrowserFamily::Firefox : BrowserFamily::Chromium);
     }
     for (const char* name : {kSafari, kWebKit, kCamino}) {
         EXPECT_FALSE(BrowserInstalls::isBrowser(name)) << name;

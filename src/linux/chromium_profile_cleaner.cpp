@@ -21,7 +21,6 @@ constexpr const char* kInstallCaches[] = {"GrShaderCache", "ShaderCache", "Graph
 constexpr CookieTable kCookieTable{"cookies", "host_key", "name"};
 constexpr const char* kCookies = "Cookies";
 constexpr const char* kCache = "Cache";
-constexpr const char* kFlash = "Flash";
 constexpr const char* kSecureDelete = "PRAGMA secure_delete = ON;";
 
 constexpr const char* kRows = "rows";
@@ -104,13 +103,20 @@ void ChromiumProfileCleaner::applyCookies(ChromiumProfilePlan& plan, CleaningRun
 
 void ChromiumProfileCleaner::applyKeyDeletions(const BrowserProfile& profile, ChromiumProfilePlan& plan,
                                                CleaningRun& run) {
-    for (ChromiumProfilePlan::KeyDeletion& deletion : plan.keyDeletions) {
-        bool written = run.dryRun() || deletion.database->remove(deletion.keys, run.secureDelete());
-        // Closing gives the store's files back their modes.
-        deletion.database.reset();
-        if (!written) {
-            run.report({deletion.store, deletion.folder, kFailed, 0, kKeys, 0, ""});
-            continue;
+    for (const ChromiumProfilePlan::KeyDeletion& deletion : plan.keyDeletions) {
+        if (!run.dryRun()) {
+            LevelDb::Status status = LevelDb::Status::Missing;
+            std::unique_ptr<LevelDb> database = LevelDb::openForEditing(deletion.folder, &status);
+            // A browser that started since the plan was made holds the store now.
+            if (status == LevelDb::Status::Locked) {
+                run.skip(deletion.store, deletion.folder, kLocked, true);
+                continue;
+            }
+            // Closing (at the end of the block) gives the store's files back their modes.
+            if (!database || !database->remove(deletion.keys, run.secureDelete())) {
+                run.report({deletion.store, deletion.folder, kFailed, 0, kKeys, 0, ""});
+                continue;
+            }
         }
         for (const std::string& origin : deletion.origins) run.countSiteStorage(profile.path, origin);
         run.report({deletion.store, deletion.folder, "", static_cast<long>(deletion.keys.size()), kKeys, 0, ""});
@@ -132,16 +138,11 @@ void ChromiumProfileCleaner::applyRemovals(const BrowserProfile& profile, Chromi
         if (gone && !removal.origin.empty()) run.countSiteStorage(profile.path, removal.origin);
         count(removal.store, removal.group, gone);
     }
-    for (const ChromiumProfilePlan::FlashRemoval& removal : plan.flash) {
-        bool gone = run.dispose(removal.path);
-        if (gone) run.countFlashSite(removal.site);
-        count(kFlash, removal.path.substr(0, removal.path.rfind('/')), gone);
-    }
     for (const auto& key : order) {
         const auto& [removed, failed] = tally[key];
-        run.report({key.first, key.second, failed != 0 && removed == 0 ? kFailed : "", removed,
-                    key.first == kFlash ? kFolders : kItems, 0, ""});
+        run.report({key.first, key.second, failed != 0 && removed == 0 ? kFailed : "", removed, kItems, 0, ""});
     }
+    FlashSharedObjects::apply(plan.flashStore, plan.flash, run);
 }
 
 void ChromiumProfileCleaner::applyRowDeletions(ChromiumProfilePlan& plan, CleaningRun& run) {
@@ -152,7 +153,7 @@ void ChromiumProfileCleaner::applyRowDeletions(ChromiumProfilePlan& plan, Cleani
             // browser tolerates rows whose data has gone.
             Sqlite database;
             bool done = database.openExisting(deletion.database, false) &&
-                        (!run.secureDelete() || database.executeNonQuery(kSecureDelete)) &&
+                        (!run.secureDelete() || database.executeQuery(kSecureDelete)) &&
                         database.beginTransaction();
             for (const std::string& value : deletion.values) {
                 done = done && database.executeNonQuery(deletion.sql, {SqlArgument(value)});

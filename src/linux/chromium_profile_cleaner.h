@@ -7,6 +7,7 @@
 
 #include "linux/chromium_profile_plan.h"
 #include "linux/family_cleaner.h"
+#include "storage/level_db.h"
 
 namespace tasselby {
 
@@ -25,8 +26,9 @@ public:
     void cleanProfile(const BrowserInstall& install, const BrowserProfile& profile, CleaningRun& run) override;
     void cleanInstall(const BrowserInstall& install, CleaningRun& run) override;
 
-    // What cleaning the profile removes; reads only (a dry run reads the
-    // LevelDB stores through private copies).
+    // What cleaning the profile removes; reads only (the LevelDB stores
+    // through private copies, so a store with nothing to remove, or of a
+    // format we do not know, is never rewritten).
     ChromiumProfilePlan plan(const BrowserProfile& profile, CleaningRun& run);
     // Performs the plan through the run (which leaves out every write in a
     // dry run), counting and reporting what went.
@@ -43,11 +45,11 @@ private:
     void planWholeStores(const BrowserProfile& profile, ChromiumProfilePlan& plan);
     void planFlash(const BrowserProfile& profile, ChromiumProfilePlan& plan, CleaningRun& run);
 
-    // The LevelDB at folder, open for editing (in a dry run, a private copy);
-    // nothing when there is none, with a skip in the plan when one is there
-    // but cannot be used.
-    std::unique_ptr<LevelDb> openLevelDb(const std::string& store, const std::string& folder,
-                                         ChromiumProfilePlan& plan, CleaningRun& run);
+    // A private copy of the LevelDB at folder, to read; nothing when there
+    // is none, with a skip in the plan when one is there but a browser holds
+    // it or it cannot be read.
+    std::unique_ptr<LevelDb> readLevelDb(const std::string& store, const std::string& folder,
+                                         ChromiumProfilePlan& plan);
     // Whether the path is a folder reached without a final link.
     bool isRealFolder(const std::string& path);
 

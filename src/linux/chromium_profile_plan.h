@@ -1,12 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "base/store_report.h"
-#include "storage/level_db.h"
+#include "linux/flash_shared_objects.h"
 
 namespace tasselby {
 
@@ -21,7 +20,6 @@ struct ChromiumProfilePlan {
     struct KeyDeletion {
         std::string store;  // "Local Storage", "Service Workers"
         std::string folder;
-        std::unique_ptr<LevelDb> database;  // open for editing (a private copy in a dry run)
         std::vector<std::string> keys;
         std::vector<std::string> origins;  // each once
     };
@@ -55,12 +53,9 @@ struct ChromiumProfilePlan {
     };
     std::vector<Skip> skips;
 
-    // Flash host folders, with the site each belongs to.
-    struct FlashRemoval {
-        std::string path;
-        std::string site;
-    };
-    std::vector<FlashRemoval> flash;
+    // Flash host folders of the profile's built-in player.
+    std::string flashStore;
+    std::vector<FlashSharedObjects::Removal> flash;
 };
 
 }  // namespace tasselby

@@ -6,8 +6,6 @@
 #include <set>
 
 #include "base/text.h"
-#include "cleaners/plugins/flash_settings.h"
-#include "keep/worker_extras.h"
 #include "linux/chromium_profile_cleaner.h"
 #include "linux/chromium_storage_keys.h"
 #include "linux/web_origin.h"
@@ -103,22 +101,17 @@ void ChromiumProfileCleaner::planCookies(const BrowserProfile& profile, Chromium
     }
 }
 
-std::unique_ptr<LevelDb> ChromiumProfileCleaner::openLevelDb(const std::string& store, const std::string& folder,
-                                                             ChromiumProfilePlan& plan, CleaningRun& run) {
+std::unique_ptr<LevelDb> ChromiumProfileCleaner::readLevelDb(const std::string& store, const std::string& folder,
+                                                             ChromiumProfilePlan& plan) {
     FileType type = platform_.fileType(folder);
     if (type == FileType::None) return nullptr;
     if (type != FileType::Directory) {
         plan.skips.push_back({store, folder, kUnknownFormat, false});
         return nullptr;
     }
-    LevelDb::Status status = LevelDb::Status::Missing;
-    std::unique_ptr<LevelDb> database;
-    // A dry run asks about the lock without taking it, then reads a copy.
-    if (run.dryRun() && LevelDb::lockHeld(folder)) {
-        status = LevelDb::Status::Locked;
-    } else {
-        database = run.dryRun() ? LevelDb::openCopy(folder, &status) : LevelDb::openForEditing(folder, &status);
-    }
+    LevelDb::Status status = LevelDb::Status::Locked;
+    // The lock is asked about without taking it; a held store is not even copied.
+    std::unique_ptr<LevelDb> database = LevelDb::lockHeld(folder) ? nullptr : LevelDb::openCopy(folder, &status);
     if (status == LevelDb::Status::Locked) plan.skips.push_back({store, folder, kLocked, true});
     if (status == LevelDb::Status::Unreadable || status == LevelDb::Status::Missing) {
         plan.skips.push_back({store, folder, kUnknownFormat, false});
@@ -129,14 +122,14 @@ std::unique_ptr<LevelDb> ChromiumProfileCleaner::openLevelDb(const std::string& 
 void ChromiumProfileCleaner::planLocalStorage(const BrowserProfile& profile, ChromiumProfilePlan& plan,
                                               CleaningRun& run) {
     const std::string folder = profileFile(profile, kLocalStorageLevelDb);
-    std::unique_ptr<LevelDb> database = openLevelDb(kLocalStorage, folder, plan, run);
+    std::unique_ptr<LevelDb> database = readLevelDb(kLocalStorage, folder, plan);
     if (!database) return;
     // Without its version key the store is not of the format we know.
     if (database->get(kLocalStorageVersionKey) != std::optional<std::string>(kLocalStorageVersion)) {
         plan.skips.push_back({kLocalStorage, folder, kUnknownFormat, false});
         return;
     }
-    ChromiumProfilePlan::KeyDeletion deletion{kLocalStorage, folder, nullptr, {}, {}};
+    ChromiumProfilePlan::KeyDeletion deletion{kLocalStorage, folder, {}, {}};
     std::set<std::string> origins;
     bool read = database->scan("", [&](std::string_view key, std::string_view) {
         std::optional<std::string_view> storageKey = ChromiumStorageKeys::localStorageKey(key);
@@ -151,15 +144,13 @@ void ChromiumProfileCleaner::planLocalStorage(const BrowserProfile& profile, Chr
         plan.skips.push_back({kLocalStorage, folder, kUnknownFormat, false});
         return;
     }
-    if (deletion.keys.empty()) return;
-    deletion.database = std::move(database);
-    plan.keyDeletions.push_back(std::move(deletion));
+    if (!deletion.keys.empty()) plan.keyDeletions.push_back(std::move(deletion));
 }
 
 void ChromiumProfileCleaner::planServiceWorkers(const BrowserProfile& profile, ChromiumProfilePlan& plan,
                                                 CleaningRun& run) {
     const std::string folder = profileFile(profile, kServiceWorkerDatabase);
-    std::unique_ptr<LevelDb> database = openLevelDb(kServiceWorkers, folder, plan, run);
+    std::unique_ptr<LevelDb> database = readLevelDb(kServiceWorkers, folder, plan);
     if (!database) return;
     if (!database->get(kServiceWorkerVersionKey)) {
         plan.skips.push_back({kServiceWorkers, folder, kUnknownFormat, false});
@@ -201,7 +192,7 @@ void ChromiumProfileCleaner::planServiceWorkers(const BrowserProfile& profile, C
         plan.skips.push_back({kServiceWorkers, folder, kUnknownFormat, false});
         return;
     }
-    ChromiumProfilePlan::KeyDeletion deletion{kServiceWorkers, folder, nullptr, {}, {}};
+    ChromiumProfilePlan::KeyDeletion deletion{kServiceWorkers, folder, {}, {}};
     std::set<std::string> origins;
     auto take = [&](const std::vector<std::string>& keys) { deletion.keys.insert(deletion.keys.end(), keys.begin(), keys.end()); };
     for (const Registration& registration : registrations) {
@@ -218,9 +209,7 @@ void ChromiumProfileCleaner::planServiceWorkers(const BrowserProfile& profile, C
     for (const auto& [key, origin] : uniqueOrigins) {
         if (!run.isKeptHost(origin.host)) deletion.keys.push_back(key);
     }
-    if (deletion.keys.empty()) return;
-    deletion.database = std::move(database);
-    plan.keyDeletions.push_back(std::move(deletion));
+    if (!deletion.keys.empty()) plan.keyDeletions.push_back(std::move(deletion));
 }
 
 void ChromiumProfileCleaner::planIndexedDb(const BrowserProfile& profile, ChromiumProfilePlan& plan, CleaningRun& run) {
@@ -338,19 +327,8 @@ void ChromiumProfileCleaner::planWholeStores(const BrowserProfile& profile, Chro
 }
 
 void ChromiumProfileCleaner::planFlash(const BrowserProfile& profile, ChromiumProfilePlan& plan, CleaningRun& run) {
-    const std::string store = profileFile(profile, kPepperSharedObjects);
-    if (!isRealFolder(store)) return;
-    for (const std::string& randomName : platform_.contentsOfDirectory(store)) {
-        const std::string randomFolder = appendingPathComponent(store, randomName);
-        if (!isRealFolder(randomFolder)) continue;
-        for (const std::string& entry : platform_.contentsOfDirectory(randomFolder)) {
-            if (entry.starts_with('.') || entry == FlashSettings::kDomainFolder) continue;
-            std::string host = FlashSettings::hostName(entry);
-            if (run.isKeptHost(host)) continue;
-            std::optional<std::string> site = WorkerExtras::siteWithDomainName(host);
-            plan.flash.push_back({appendingPathComponent(randomFolder, entry), site.value_or(host)});
-        }
-    }
+    plan.flashStore = profileFile(profile, kPepperSharedObjects);
+    plan.flash = FlashSharedObjects::plan(plan.flashStore, run);
 }
 
 }  // namespace tasselby

@@ -68,7 +68,8 @@ CookieTableCleaner::Outcome CookieTableCleaner::clean(const std::string& path, b
         return Outcome::Done;
     }
 
-    if (secureDelete && !database.executeNonQuery(kSecureDelete)) {
+    // The pragma answers with a row (its new value), so it runs as a query.
+    if (secureDelete && !database.executeQuery(kSecureDelete)) {
         return isBusy(database) ? Outcome::Locked : Outcome::Failed;
     }
     if (!database.beginTransaction()) return isBusy(database) ? Outcome::Locked : Outcome::Failed;

@@ -8,6 +8,7 @@
 #include "keep/keep_set.h"
 #include "linux/browser_installs.h"
 #include "linux/family_cleaner.h"
+#include "linux/flash_shared_objects.h"
 
 namespace tasselby {
 
@@ -15,6 +16,8 @@ namespace {
 
 constexpr const char* kInstallStore = "Install";
 constexpr const char* kRunningBrowser = "running browser";
+// The system-wide Flash player's store, shared by every browser of the home.
+constexpr const char* kFlashSharedObjects = ".macromedia/Flash_Player/#SharedObjects";
 constexpr const char* kSilverlightCount = "0";  // no Silverlight on a Linux desktop
 
 }  // namespace
@@ -54,8 +57,7 @@ LinuxRunStatus LinuxRun::run() {
     browser_ = *browser;
 
     std::vector<BrowserInstall> installs = BrowserInstalls::existing(platform_, roots_, browser_);
-    BrowserFamily family = installs.empty() ? BrowserFamily::Chromium : installs.front().family;
-    std::unique_ptr<FamilyCleaner> cleaner = makeFamilyCleaner(family, platform_);
+    std::unique_ptr<FamilyCleaner> cleaner = makeFamilyCleaner(BrowserInstalls::familyOf(browser_), platform_);
     const KeepList keep = keepList(installs, cleaner.get());
     const KeepSet kept(keep);
 
@@ -70,6 +72,8 @@ LinuxRunStatus LinuxRun::run() {
             cleaner->cleanInstall(install, run);
         }
     }
+    const std::string flashStore = appendingPathComponent(roots_.home, kFlashSharedObjects);
+    FlashSharedObjects::apply(flashStore, FlashSharedObjects::plan(flashStore, run), run);
     report_ = run.runReport();
     counts_ = run.counts();
     if (!dryRun_) notify(counts_);

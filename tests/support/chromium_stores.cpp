@@ -217,20 +217,65 @@ void writeWebStorage(const std::string& webStorage, const std::vector<std::strin
         "CREATE TABLE meta(key LONGVARCHAR NOT NULL UNIQUE PRIMARY KEY, value LONGVARCHAR);"
         "INSERT INTO meta VALUES('version','10'),('last_compatible_version','10');"
         "CREATE TABLE buckets(id INTEGER PRIMARY KEY AUTOINCREMENT, storage_key TEXT NOT NULL, host TEXT NOT NULL,"
-        " type INTEGER NOT NULL, name TEXT NOT NULL, use_count INTEGER NOT NULL, last_accessed INTEGER NOT NULL,"
+        " name TEXT NOT NULL, use_count INTEGER NOT NULL, last_accessed INTEGER NOT NULL,"
         " last_modified INTEGER NOT NULL, expiration INTEGER NOT NULL, quota INTEGER NOT NULL,"
         " persistent INTEGER NOT NULL, durability INTEGER NOT NULL) STRICT;"
-        "CREATE UNIQUE INDEX buckets_by_storage_key ON buckets(storage_key, type, name);";
+        "CREATE UNIQUE INDEX buckets_by_storage_key ON buckets(storage_key, name);"
+        "CREATE INDEX buckets_by_host ON buckets(host);";
     long id = 1;
     for (const std::string& key : storageKeys) {
         std::string host = key.substr(key.find("://") + 3);
         host = host.substr(0, host.find_first_of(":/^"));
         sql += "INSERT INTO buckets VALUES (" + std::to_string(id) + ", " + sqlText(key) + ", " + sqlText(host) +
-               ", 0, '_default', 1, 13300000000000000, 13300000000000000, 0, 0, 0, 1);";
+               ", '_default', 1, 13300000000000000, 13300000000000000, 0, 0, 0, 1);";
         SampleHome(webStorage).writeFile(std::to_string(id) + "/IndexedDB/indexeddb.leveldb/CURRENT", "MANIFEST-000001\n");
         ++id;
     }
     executeSql(quota, sql);
+}
+
+void writeExampleChromiumProfile(const std::string& profile) {
+    fs::remove_all(profile);
+    const SampleHome files(profile);
+    const std::string alpha = "http://alpha.localhost:18765";
+    const std::string beta = "http://beta.localhost:18765";
+    const std::string gamma = "http://gamma.localhost:18765";
+    const std::string delta = "http://delta.localhost:18765";
+    writeLoginData(files.path("Login Data"), {{alpha + "/login", alpha + "/"}, {beta + "/", beta + "/", true}});
+    writeLoginData(files.path("Login Data For Account"), {{gamma + "/", gamma + "/"}});
+    writeChromiumCookiesV24(files.path("Cookies"), {{"alpha.localhost", "sid", ""},
+                                                     {".alpha.localhost", "__utma", ""},
+                                                     {"beta.localhost", "sid", ""},
+                                                     {".beta.localhost", "pref", "http://alpha.localhost"},
+                                                     {"gamma.localhost", "sid", ""},
+                                                     {".delta.localhost", "sid", ""}});
+    std::map<std::string, std::string> localStorage = localStorageEntries({alpha, beta, gamma, delta + "^0http://alpha.localhost"});
+    localStorage["META:chrome-extension://abcdefghijklmnop"] = "extension";
+    writeLevelDb(files.path("Local Storage/leveldb"), localStorage);
+    writeLevelDb(files.path("Service Worker/Database"), serviceWorkerEntries({alpha + "/", beta + "/"}));
+    writeCacheStorage(files.path("Service Worker/CacheStorage/a1"), alpha + "/");
+    writeCacheStorage(files.path("Service Worker/CacheStorage/b2"), beta + "/");
+    for (const char* folder : {"http_alpha.localhost_18765.indexeddb.leveldb", "http_beta.localhost_18765.indexeddb.leveldb",
+                               "http_beta.localhost_18765.indexeddb.blob", "chrome-extension_abcdefghijklmnop_0.indexeddb.leveldb"}) {
+        files.writeFile(std::string("IndexedDB/") + folder + "/CURRENT", "MANIFEST-000001\n");
+    }
+    writeWebStorage(files.path("WebStorage"), {alpha + "/", delta + "/", "chrome-extension://abcdefghijklmnop/"});
+    files.writeFile("databases/http_beta.localhost_18765/1", "web sql");
+    executeSql(files.path("databases/Databases.db"),
+               "CREATE TABLE Databases (id INTEGER PRIMARY KEY AUTOINCREMENT, origin TEXT NOT NULL, name TEXT NOT NULL,"
+               " description TEXT NOT NULL, estimated_size INTEGER NOT NULL);"
+               "INSERT INTO Databases (origin, name, description, estimated_size) VALUES"
+               " ('http_beta.localhost_18765', 'db', '', 5);");
+    files.writeFile("Local Storage/http_delta.localhost_18765.localstorage", "old local storage");
+    files.writeFile("Local Storage/http_delta.localhost_18765.localstorage-journal", "");
+    files.writeFile("Session Storage/CURRENT", "MANIFEST-000001\n");
+    files.writeFile("GPUCache/data_0", "gpu");
+    files.writeFile("Cache/Cache_Data/index", "http cache");
+    const std::string flash = "Pepper Data/Shockwave Flash/WritableRoot/#SharedObjects/RANDOM12/";
+    files.writeFile(flash + "beta.localhost/game.sol", "sol");
+    files.writeFile(flash + "alpha.localhost/game.sol", "sol");
+    files.writeFile("Extension Cookies", "never touched");
+    files.writeFile("Preferences", "{}");
 }
 
 }  // namespace tasselby::testing

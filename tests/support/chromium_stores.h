@@ -22,7 +22,7 @@ void writeLoginData(const std::string& path, const std::vector<SavedLogin>& logi
 struct ChromiumCookie {
     std::string hostKey;
     std::string name;
-    std::string topFrameSiteKey;
+    std::string topFrameSiteKey = "";
 };
 // "Cookies", meta version 24, with its unique index.
 void writeChromiumCookiesV24(const std::string& path, const std::vector<ChromiumCookie>& cookies);
@@ -49,5 +49,17 @@ void writeCacheStorage(const std::string& folder, const std::string& origin);
 // ("http://a.localhost:8080/"), ids counted from 1, and a "WebStorage/<id>"
 // folder with a file for each.
 void writeWebStorage(const std::string& webStorage, const std::vector<std::string>& storageKeys);
+
+// A Chromium profile of four sites on port 18765 at the folder (made anew): alpha has a
+// saved password in "Login Data", gamma one in "Login Data For Account";
+// beta has only a "never save" entry, delta nothing. Every store holds data
+// of some of them (and of an extension, which no run may touch):
+// cleaning removes 4 cookie rows (1 of them tracking: alpha's "__utma"),
+// the site storage of beta and delta (2 origins) and beta's Flash folder.
+void writeExampleChromiumProfile(const std::string& profile);
+inline constexpr long kExampleRemovedCookies = 4;
+inline constexpr long kExampleRemovedTracking = 1;
+inline constexpr long kExampleRemovedOrigins = 2;
+inline constexpr long kExampleRemovedFlashSites = 1;
 
 }  // namespace tasselby::testing
