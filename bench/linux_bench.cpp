@@ -470,6 +470,18 @@ std::unique_ptr<TemporaryFolder> copyOf(const std::string& master) {
     return copy;
 }
 
+// Before the clock starts, both cookie contestants read the store once on a
+// connection of their own: a child forked from the benchmark otherwise pays,
+// inside its timed work, for the first touch of memory it shares with its
+// parent, and the contestant that did more before the clock would pay less.
+void warmUp(const std::string& path, const std::string& table) {
+    sqlite3* db = nullptr;
+    if (sqlite3_open(path.c_str(), &db) == SQLITE_OK) {
+        sqlite3_exec(db, ("SELECT count(*), max(length(name)) FROM " + table + ";").c_str(), nullptr, nullptr, nullptr);
+    }
+    sqlite3_close(db);
+}
+
 // ---------------------------------------------------------------- a browser
 
 // One browser's homes: how to build them, where its stores are, and how to
@@ -1183,7 +1195,7 @@ private:
             }
             sqlite3_close(db);
             },
-            [] { sqlite3_initialize(); });
+            [&] { warmUp(path, browser_.cookieTable()); });
         browser_.checkCookies(copy->path(), cookies);
         return run;
     }
@@ -1207,6 +1219,7 @@ private:
                 }
             },
             [&] {
+                warmUp(path, table);
                 sites = browser_.keptSites(copy->path());
                 keep = std::make_unique<tasselby::KeepSet>(sites);
                 tasselby::FakePlatform platform(copy->path());
