@@ -16,6 +16,7 @@ packages=(
     libleveldb-dev libsnappy-dev
     dbus dbus-daemon dbus-bin
     python3 python3-dbus python3-dbusmock
+    clang-14 libclang-rt-14-dev
     # The Linux-layout benchmark's peer.
     bleachbit
 )

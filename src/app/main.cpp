@@ -15,8 +15,8 @@
 namespace {
 
 constexpr int kExitUsage = 64;
-constexpr int kExitRunStopped = 70;  // EX_SOFTWARE
-constexpr int kExitTryAgainLater = 75;  // EX_TEMPFAIL
+constexpr int kExitRunStopped = 70;   // EX_SOFTWARE
+constexpr int kExitRunDeferred = 75;  // EX_TEMPFAIL: try again later
 
 void printUsage() {
     std::printf(
@@ -77,13 +77,16 @@ int main(int argc, char* argv[]) {
         tasselby::LinuxRunStatus status = run.run();
         std::fflush(nullptr);
         if (status == tasselby::LinuxRunStatus::UnknownBrowser) return kExitUsage;
-        if (status == tasselby::LinuxRunStatus::TryAgainLater) return kExitTryAgainLater;
+        if (status == tasselby::LinuxRunStatus::TryAgainLater) return kExitRunDeferred;
         return 0;
     }
     tasselby::WorkerAppDelegate delegate(platform);
     try {
         delegate.awakeFromNib();
         delegate.applicationDidFinishLaunching();
+    } catch (const tasselby::RunDeferred& deferred) {
+        std::fprintf(stderr, "tasselby-worker: run stopped, try again later: %s\n", deferred.what());
+        return kExitRunDeferred;
     } catch (const tasselby::RunStopped& stopped) {
         std::fprintf(stderr, "tasselby-worker: run stopped: %s\n", stopped.what());
         return kExitRunStopped;

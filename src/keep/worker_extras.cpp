@@ -1,9 +1,10 @@
 #include "keep/worker_extras.h"
 
-#include <algorithm>
-#include <cctype>
-#include <string_view>
+#include <glib.h>
 
+#include <algorithm>
+#include <memory>
+#include <string_view>
 
 namespace tasselby {
 
@@ -12,13 +13,23 @@ namespace {
 constexpr std::string_view kFileUrlMarker = "file:///";
 constexpr std::string_view kWwwPrefix = "www.";
 
-// Lower case byte by byte: host names are ASCII, and the bytes of other UTF-8
-// characters are left as they are rather than mangled.
+// Lower case with the full Unicode mapping, as "École" becomes "école".
+// ASCII letters are lowered here, which is all most hosts need; GLib maps the
+// rest. GLib consults the locale only for its Turkic and Lithuanian rules,
+// and the worker never sets a locale, so every machine gives the same answer.
+// Text that is not valid UTF-8 keeps its other bytes as they are rather than
+// having them mangled.
 std::string lowercased(std::string_view text) {
     std::string out(text);
-    std::transform(out.begin(), out.end(), out.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return out;
+    bool ascii = true;
+    for (char& c : out) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+        if (static_cast<unsigned char>(c) >= 0x80) ascii = false;
+    }
+    if (ascii || !g_utf8_validate(out.data(), static_cast<gssize>(out.size()), nullptr)) return out;
+    std::unique_ptr<gchar, decltype(&g_free)> lower(g_utf8_strdown(out.data(), static_cast<gssize>(out.size())),
+                                                    g_free);
+    return lower.get();
 }
 
 // Host names carry only ASCII digits; digits of other scripts count as

@@ -37,6 +37,12 @@ TEST(SiteWithDomainNameTest, ReducesHostsToTheirSite) {
         {"scheme://example.com", "scheme://example.com"}, {"scheme://www.example.com", "example.com"},
         // Characters, not bytes, are counted.
         {"shop.example.\xC3\xA9t\xC3\xA9", "example.\xC3\xA9t\xC3\xA9"},
+        // Every letter is lowered, not only ASCII: a password saved for
+        // "WWW.ÉCOLE.FR" keeps these three and not ".ecole.fr".
+        {"WWW.ÉCOLE.FR", "école.fr"}, {".ÉCOLE.FR", "école.fr"}, {"www.École.Fr", "école.fr"},
+        {".école.fr", "école.fr"}, {".ecole.fr", "ecole.fr"}, {"ΑΘΗΝΑ.GR", "αθηνα.gr"}, {"İZMIR.TR", "i̇zmir.tr"},
+        // Bytes that are not UTF-8 stay as they are; only ASCII letters are lowered.
+        {"\xC9""COLE.FR", "\xC9""cole.fr"},
     };
     for (const SiteCase& c : cases) {
         EXPECT_EQ(WorkerExtras::siteWithDomainName(c.host), c.site) << "host: " << c.host;

@@ -8,6 +8,7 @@
 #include "linux/cookie_table_cleaner.h"
 #include "linux/login_keep_list.h"
 #include "linux/running_browser.h"
+#include "linux/skip_reasons.h"
 #include "storage/sqlite.h"
 
 namespace tasselby {
@@ -21,15 +22,12 @@ constexpr const char* kInstallCaches[] = {"GrShaderCache", "ShaderCache", "Graph
 constexpr CookieTable kCookieTable{"cookies", "host_key", "name"};
 constexpr const char* kCookies = "Cookies";
 constexpr const char* kCache = "Cache";
-constexpr const char* kSecureDelete = "PRAGMA secure_delete = ON;";
 
 constexpr const char* kRows = "rows";
 constexpr const char* kKeys = "keys";
 constexpr const char* kFolders = "folders";
 constexpr const char* kItems = "items";
 constexpr const char* kFailed = "failed";
-constexpr const char* kLocked = "locked";
-constexpr const char* kUnknownFormat = "unknown format";
 
 }  // namespace
 
@@ -78,27 +76,7 @@ void ChromiumProfileCleaner::apply(const BrowserProfile& profile, ChromiumProfil
 }
 
 void ChromiumProfileCleaner::applyCookies(ChromiumProfilePlan& plan, CleaningRun& run) {
-    CookieTableCleaner cleaner(kCookieTable, [&](std::string_view host) { return run.isKeptHost(host); },
-                               run.trackingCatalogue());
-    for (const std::string& path : plan.cookieFiles) {
-        CookieTableCleaner::Counts counts;
-        switch (cleaner.clean(path, run.dryRun(), run.secureDelete(), &counts)) {
-            case CookieTableCleaner::Outcome::Done:
-                run.countCookies(counts.rows, counts.tracking);
-                run.report({kCookies, path, "", counts.rows, kRows, counts.tracking, ""});
-                break;
-            case CookieTableCleaner::Outcome::Locked:
-                run.skip(kCookies, path, kLocked, true);
-                break;
-            case CookieTableCleaner::Outcome::UnknownFormat:
-                run.skip(kCookies, path, kUnknownFormat, false);
-                break;
-            case CookieTableCleaner::Outcome::Missing:
-            case CookieTableCleaner::Outcome::Failed:
-                run.report({kCookies, path, kFailed, 0, kRows, 0, ""});
-                break;
-        }
-    }
+    for (const std::string& path : plan.cookieFiles) cleanCookieFile(kCookieTable, kCookies, path, run);
 }
 
 void ChromiumProfileCleaner::applyKeyDeletions(const BrowserProfile& profile, ChromiumProfilePlan& plan,
@@ -109,7 +87,7 @@ void ChromiumProfileCleaner::applyKeyDeletions(const BrowserProfile& profile, Ch
             std::unique_ptr<LevelDb> database = LevelDb::openForEditing(deletion.folder, &status);
             // A browser that started since the plan was made holds the store now.
             if (status == LevelDb::Status::Locked) {
-                run.skip(deletion.store, deletion.folder, kLocked, true);
+                run.skip(deletion.store, deletion.folder, kReasonLocked, true);
                 continue;
             }
             // Closing (at the end of the block) gives the store's files back their modes.
@@ -153,7 +131,7 @@ void ChromiumProfileCleaner::applyRowDeletions(ChromiumProfilePlan& plan, Cleani
             // browser tolerates rows whose data has gone.
             Sqlite database;
             bool done = database.openExisting(deletion.database, false) &&
-                        (!run.secureDelete() || database.executeQuery(kSecureDelete)) &&
+                        (!run.secureDelete() || database.enableSecureDelete()) &&
                         database.beginTransaction();
             for (const std::string& value : deletion.values) {
                 done = done && database.executeNonQuery(deletion.sql, {SqlArgument(value)});

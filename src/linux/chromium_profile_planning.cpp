@@ -8,6 +8,7 @@
 #include "base/text.h"
 #include "linux/chromium_profile_cleaner.h"
 #include "linux/chromium_storage_keys.h"
+#include "linux/skip_reasons.h"
 #include "linux/web_origin.h"
 #include "storage/sqlite.h"
 
@@ -54,9 +55,6 @@ constexpr std::string_view kResourcePrefix = "RES:";
 constexpr std::string_view kUserDataPrefix = "REG_USER_DATA:";
 constexpr std::string_view kHasUserDataPrefix = "REG_HAS_USER_DATA:";
 constexpr std::string_view kUniqueOriginPrefix = "INITDATA_UNIQUE_ORIGIN:";
-
-constexpr const char* kLocked = "locked";
-constexpr const char* kUnknownFormat = "unknown format";
 
 std::string profileFile(const BrowserProfile& profile, const char* relative) {
     return appendingPathComponent(profile.path, relative);
@@ -106,15 +104,15 @@ std::unique_ptr<LevelDb> ChromiumProfileCleaner::readLevelDb(const std::string& 
     FileType type = platform_.fileType(folder);
     if (type == FileType::None) return nullptr;
     if (type != FileType::Directory) {
-        plan.skips.push_back({store, folder, kUnknownFormat, false});
+        plan.skips.push_back({store, folder, kReasonUnknownFormat, false});
         return nullptr;
     }
     LevelDb::Status status = LevelDb::Status::Locked;
     // The lock is asked about without taking it; a held store is not even copied.
     std::unique_ptr<LevelDb> database = LevelDb::lockHeld(folder) ? nullptr : LevelDb::openCopy(folder, &status);
-    if (status == LevelDb::Status::Locked) plan.skips.push_back({store, folder, kLocked, true});
+    if (status == LevelDb::Status::Locked) plan.skips.push_back({store, folder, kReasonLocked, true});
     if (status == LevelDb::Status::Unreadable || status == LevelDb::Status::Missing) {
-        plan.skips.push_back({store, folder, kUnknownFormat, false});
+        plan.skips.push_back({store, folder, kReasonUnknownFormat, false});
     }
     return database;
 }
@@ -126,7 +124,7 @@ void ChromiumProfileCleaner::planLocalStorage(const BrowserProfile& profile, Chr
     if (!database) return;
     // Without its version key the store is not of the format we know.
     if (database->get(kLocalStorageVersionKey) != std::optional<std::string>(kLocalStorageVersion)) {
-        plan.skips.push_back({kLocalStorage, folder, kUnknownFormat, false});
+        plan.skips.push_back({kLocalStorage, folder, kReasonUnknownFormat, false});
         return;
     }
     ChromiumProfilePlan::KeyDeletion deletion{kLocalStorage, folder, {}, {}};
@@ -141,7 +139,7 @@ void ChromiumProfileCleaner::planLocalStorage(const BrowserProfile& profile, Chr
         return true;
     });
     if (!read) {
-        plan.skips.push_back({kLocalStorage, folder, kUnknownFormat, false});
+        plan.skips.push_back({kLocalStorage, folder, kReasonUnknownFormat, false});
         return;
     }
     if (!deletion.keys.empty()) plan.keyDeletions.push_back(std::move(deletion));
@@ -153,7 +151,7 @@ void ChromiumProfileCleaner::planServiceWorkers(const BrowserProfile& profile, C
     std::unique_ptr<LevelDb> database = readLevelDb(kServiceWorkers, folder, plan);
     if (!database) return;
     if (!database->get(kServiceWorkerVersionKey)) {
-        plan.skips.push_back({kServiceWorkers, folder, kUnknownFormat, false});
+        plan.skips.push_back({kServiceWorkers, folder, kReasonUnknownFormat, false});
         return;
     }
     struct Registration {
@@ -189,7 +187,7 @@ void ChromiumProfileCleaner::planServiceWorkers(const BrowserProfile& profile, C
         return true;
     });
     if (!read) {
-        plan.skips.push_back({kServiceWorkers, folder, kUnknownFormat, false});
+        plan.skips.push_back({kServiceWorkers, folder, kReasonUnknownFormat, false});
         return;
     }
     ChromiumProfilePlan::KeyDeletion deletion{kServiceWorkers, folder, {}, {}};
@@ -240,7 +238,7 @@ void ChromiumProfileCleaner::planCacheStorage(const BrowserProfile& profile, Chr
         if (platform_.fileType(index) == FileType::Regular) bytes = readBinaryFile(index);
         std::optional<std::string> named = bytes ? ChromiumStorageKeys::cacheStorageOrigin(*bytes) : std::nullopt;
         if (!named) {
-            plan.skips.push_back({kCacheStorage, cache, kUnknownFormat, false});
+            plan.skips.push_back({kCacheStorage, cache, kReasonUnknownFormat, false});
             continue;
         }
         std::optional<WebOrigin> origin = WebOrigin::fromUrl(*named);
@@ -259,7 +257,7 @@ void ChromiumProfileCleaner::planSiteStorage(const BrowserProfile& profile, Chro
     if (database.openExisting(quota, true)) buckets = database.executeQuery(kSelectBuckets);
     if (!buckets) {
         // The browser tolerates stale quota rows; the other stores are cleaned all the same.
-        plan.skips.push_back({kQuota, quota, kUnknownFormat, false});
+        plan.skips.push_back({kQuota, quota, kReasonUnknownFormat, false});
         return;
     }
     ChromiumProfilePlan::RowDeletion rows{kQuota, quota, kDeleteBucket, {}};

@@ -6,6 +6,8 @@
 #include <set>
 
 #include "cleaners/cookies/tracking_cookies.h"
+#include "linux/cleaning_run.h"
+#include "linux/skip_reasons.h"
 #include "storage/sqlite.h"
 
 namespace tasselby {
@@ -13,7 +15,9 @@ namespace tasselby {
 namespace {
 
 constexpr const char* kRemovableFunction = "tasselby_removable";
-constexpr const char* kSecureDelete = "PRAGMA secure_delete = ON;";
+constexpr const char* kCheckpoint = "PRAGMA wal_checkpoint(TRUNCATE);";
+constexpr const char* kRows = "rows";
+constexpr const char* kFailed = "failed";
 
 bool isBusy(const Sqlite& database) {
     std::int64_t code = database.errorCode() & 0xFF;  // the primary code of an extended one
@@ -68,8 +72,7 @@ CookieTableCleaner::Outcome CookieTableCleaner::clean(const std::string& path, b
         return Outcome::Done;
     }
 
-    // The pragma answers with a row (its new value), so it runs as a query.
-    if (secureDelete && !database.executeQuery(kSecureDelete)) {
+    if (secureDelete && !database.enableSecureDelete()) {
         return isBusy(database) ? Outcome::Locked : Outcome::Failed;
     }
     if (!database.beginTransaction()) return isBusy(database) ? Outcome::Locked : Outcome::Failed;
@@ -85,9 +88,44 @@ CookieTableCleaner::Outcome CookieTableCleaner::clean(const std::string& path, b
         database.rollback();
         return busy ? Outcome::Locked : Outcome::Failed;
     }
+    // A checkpoint that cannot run now (a reader holds the log) happens at
+    // the browser's next start; the deletion itself is done.
+    if (table_.checkpointWal && removed != 0) database.executeQuery(kCheckpoint);
     counts->rows = removed;
     counts->tracking = tracking;
     return Outcome::Done;
+}
+
+void cleanCookieFile(const CookieTable& table, const std::string& store, const std::string& path, CleaningRun& run) {
+    switch (run.platform().fileType(path)) {
+        case FileType::None:
+            return;
+        case FileType::Regular:
+            break;
+        default:
+            // A link could lead anywhere: the database it names is not ours to edit.
+            run.skip(store, path, kReasonNotAFile, false);
+            return;
+    }
+    CookieTableCleaner cleaner(table, [&](std::string_view host) { return run.isKeptHost(host); },
+                               run.trackingCatalogue());
+    CookieTableCleaner::Counts counts;
+    switch (cleaner.clean(path, run.dryRun(), run.secureDelete(), &counts)) {
+        case CookieTableCleaner::Outcome::Done:
+            run.countCookies(counts.rows, counts.tracking);
+            run.report({store, path, "", counts.rows, kRows, counts.tracking, ""});
+            break;
+        case CookieTableCleaner::Outcome::Locked:
+            run.skip(store, path, kReasonLocked, true);
+            break;
+        case CookieTableCleaner::Outcome::UnknownFormat:
+            run.skip(store, path, kReasonUnknownFormat, false);
+            break;
+        case CookieTableCleaner::Outcome::Missing:
+        case CookieTableCleaner::Outcome::Failed:
+            run.report({store, path, kFailed, 0, kRows, 0, ""});
+            break;
+    }
 }
 
 }  // namespace tasselby

@@ -12,6 +12,9 @@ struct CookieTable {
     const char* table;
     const char* hostColumn;
     const char* nameColumn;
+    // Fold the write-ahead log back into the file after the deletion, so the
+    // deleted rows do not live on in it (Firefox keeps its cookies in WAL mode).
+    bool checkpointWal = false;
 };
 
 // Removes, from one SQLite cookie file, every row whose host's site is not
@@ -45,5 +48,12 @@ private:
     std::function<bool(std::string_view)> kept_;
     const std::vector<std::string>& catalogue_;
 };
+
+class CleaningRun;
+
+// Cleans one cookie file of a profile for the run: counts and reports what
+// went, a held database is skipped for a later run, a foreign one as an
+// unknown format, any other failure is reported as such.
+void cleanCookieFile(const CookieTable& table, const std::string& store, const std::string& path, CleaningRun& run);
 
 }  // namespace tasselby

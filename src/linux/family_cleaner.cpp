@@ -1,6 +1,7 @@
 #include "linux/family_cleaner.h"
 
 #include "linux/chromium_profile_cleaner.h"
+#include "linux/firefox_profile_cleaner.h"
 
 namespace tasselby {
 
@@ -9,7 +10,7 @@ std::unique_ptr<FamilyCleaner> makeFamilyCleaner(BrowserFamily family, Platform&
         case BrowserFamily::Chromium:
             return std::make_unique<ChromiumProfileCleaner>(platform);
         case BrowserFamily::Firefox:
-            break;
+            return std::make_unique<FirefoxProfileCleaner>(platform);
     }
     return nullptr;
 }

@@ -9,13 +9,13 @@
 #include "linux/browser_installs.h"
 #include "linux/family_cleaner.h"
 #include "linux/flash_shared_objects.h"
+#include "linux/skip_reasons.h"
 
 namespace tasselby {
 
 namespace {
 
 constexpr const char* kInstallStore = "Install";
-constexpr const char* kRunningBrowser = "running browser";
 // The system-wide Flash player's store, shared by every browser of the home.
 constexpr const char* kFlashSharedObjects = ".macromedia/Flash_Player/#SharedObjects";
 constexpr const char* kSilverlightCount = "0";  // no Silverlight on a Linux desktop
@@ -65,7 +65,7 @@ LinuxRunStatus LinuxRun::run() {
     if (cleaner != nullptr) {
         for (const BrowserInstall& install : installs) {
             if (cleaner->installRunning(install)) {
-                run.skip(kInstallStore, install.userData, kRunningBrowser, true);
+                run.skip(kInstallStore, install.userData, kReasonRunningBrowser, true);
                 continue;
             }
             for (const BrowserProfile& profile : cleaner->profiles(install)) cleaner->cleanProfile(install, profile, run);

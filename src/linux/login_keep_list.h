@@ -21,6 +21,12 @@ public:
     // file adds nothing.
     static void addChromiumLogins(const std::string& path, std::set<std::string>& sites);
 
+    // Adds the sites of Firefox's saved logins: the http and https hostnames
+    // of a "logins.json" text (one that does not parse adds nothing), and of
+    // a legacy "signons.sqlite" (table "moz_logins", column "hostname").
+    static void addFirefoxLoginsJson(std::string_view text, std::set<std::string>& sites);
+    static void addFirefoxSignons(const std::string& path, std::set<std::string>& sites);
+
     // The site of a saved login's URL: the host of an http or https URL
     // (any case of the scheme), by the site-name rule; nothing for any other
     // scheme or a URL without a host.

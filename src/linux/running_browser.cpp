@@ -1,6 +1,9 @@
 #include "linux/running_browser.h"
 
+#include <arpa/inet.h>
+#include <ifaddrs.h>
 #include <limits.h>
+#include <netinet/in.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -10,12 +13,16 @@
 #include <filesystem>
 
 #include "base/text.h"
+#include "linux/firefox_profile_lock.h"
 
 namespace tasselby {
 
 namespace {
 
 constexpr const char* kSingletonLock = "SingletonLock";
+constexpr const char* kFirefoxParentLock = ".parentlock";
+constexpr const char* kFirefoxLockLink = "lock";
+constexpr std::string_view kLoopbackPrefix = "127.";
 
 }  // namespace
 
@@ -52,6 +59,30 @@ bool RunningBrowser::chromiumInstallRunning(const std::string& userData) {
     if (error) return false;
     std::optional<LockOwner> owner = parseSingletonLock(target.string());
     return owner && isLiveProcessOfThisHost(owner->host, owner->pid);
+}
+
+bool RunningBrowser::isThisHostAddress(const std::string& address) {
+    in_addr wanted{};
+    if (inet_pton(AF_INET, address.c_str(), &wanted) != 1) return false;
+    if (address.starts_with(kLoopbackPrefix)) return true;
+    ifaddrs* interfaces = nullptr;
+    if (getifaddrs(&interfaces) != 0) return false;
+    bool found = false;
+    for (ifaddrs* each = interfaces; each != nullptr && !found; each = each->ifa_next) {
+        if (each->ifa_addr == nullptr || each->ifa_addr->sa_family != AF_INET) continue;
+        found = reinterpret_cast<const sockaddr_in*>(each->ifa_addr)->sin_addr.s_addr == wanted.s_addr;
+    }
+    freeifaddrs(interfaces);
+    return found;
+}
+
+bool RunningBrowser::firefoxProfileRunning(Platform& platform, const std::string& profile) {
+    if (platform.isLockedByOtherProcess(appendingPathComponent(profile, kFirefoxParentLock))) return true;
+    std::error_code error;
+    std::filesystem::path target = std::filesystem::read_symlink(appendingPathComponent(profile, kFirefoxLockLink), error);
+    if (error) return false;
+    std::optional<FirefoxLockLink> link = FirefoxLockLink::parse(target.string());
+    return link && isThisHostAddress(link->address) && processAlive(link->pid);
 }
 
 }  // namespace tasselby

@@ -3,6 +3,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/platform.h"
+
 namespace tasselby {
 
 // Whether a browser holds an install or profile right now. Only reads: no
@@ -28,6 +30,15 @@ public:
     // and the process exists (one of another user counts as alive).
     static bool isLiveProcessOfThisHost(const std::string& host, long pid);
     static bool processAlive(long pid);
+
+    // A Firefox profile runs when another process holds the fcntl lock of its
+    // ".parentlock", or its "lock" link ("ADDRESS:+PID") names a live process
+    // of this machine. A stale link does not count.
+    static bool firefoxProfileRunning(Platform& platform, const std::string& profile);
+    // Whether an IPv4 address text is this machine's: a loopback address
+    // (Firefox falls back to one, and Debian names the host 127.0.1.1) or the
+    // address of one of its network interfaces. No name is looked up.
+    static bool isThisHostAddress(const std::string& address);
     static std::string hostName();
 };
 

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 
+#include "platform/fake_platform.h"
 #include "support/sample_home.h"
 
 namespace tasselby {
@@ -69,6 +70,33 @@ TEST(RunningBrowser, OnlyALiveProcessOfThisHostHoldsTheInstall) {
     std::filesystem::remove(lock);
     testing::SampleHome(userData.path()).writeFile("SingletonLock", host + "-" + std::to_string(getpid()));
     EXPECT_FALSE(RunningBrowser::chromiumInstallRunning(userData.path())) << "a plain file is no lock";
+}
+
+TEST(RunningBrowser, AFirefoxProfileIsHeldByItsParentLockOrALiveLockLink) {
+    testing::TemporaryFolder profile;
+    FakePlatform platform(profile.path());
+    const std::string link = profile / "lock";
+    struct Case {
+        std::string target;
+        bool running;
+    };
+    const Case cases[] = {
+        {"127.0.0.1:+" + std::to_string(getpid()), true},
+        {"127.0.1.1:+" + std::to_string(getpid()), true},
+        {"127.0.0.1:+" + std::to_string(deadProcessId()), false},
+        {"203.0.113.7:+" + std::to_string(getpid()), false},  // a documentation address: never this machine's
+        {"127.0.0.1:-" + std::to_string(getpid()), false},
+        {"localhost:+" + std::to_string(getpid()), false},
+    };
+    for (const Case& each : cases) {
+        std::filesystem::remove(link);
+        std::filesystem::create_symlink(each.target, link);
+        EXPECT_EQ(RunningBrowser::firefoxProfileRunning(platform, profile.path()), each.running) << each.target;
+    }
+    std::filesystem::remove(link);
+    EXPECT_FALSE(RunningBrowser::firefoxProfileRunning(platform, profile.path()));
+    platform.lockedFiles.insert(profile / ".parentlock");
+    EXPECT_TRUE(RunningBrowser::firefoxProfileRunning(platform, profile.path()));
 }
 
 }  // namespace

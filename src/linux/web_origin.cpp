@@ -16,6 +16,14 @@ constexpr int kHttpPort = 80;
 constexpr int kHttpsPort = 443;
 constexpr int kHighestPort = 65535;
 
+std::string lowercased(std::string_view text) {
+    std::string result(text);
+    for (char& c : result) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return result;
+}
+
 std::optional<int> portNumber(std::string_view text) {
     int port = 0;
     auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
@@ -44,9 +52,11 @@ std::optional<WebOrigin> WebOrigin::fromUrl(std::string_view url) {
     url = url.substr(0, url.find(kPartitionSeparator));
     std::size_t separator = url.find(kSchemeSeparator);
     if (separator == std::string_view::npos) return std::nullopt;
-    std::string_view scheme = url.substr(0, separator);
+    std::string scheme = lowercased(url.substr(0, separator));
     std::string_view authority = url.substr(separator + kSchemeSeparator.size());
-    authority = authority.substr(0, authority.find_first_of("/?#"));
+    // A backslash ends the authority as "/" does: browsers read web addresses so.
+    authority = authority.substr(0, authority.find_first_of("/?#\\"));
+    if (std::size_t at = authority.rfind('@'); at != std::string_view::npos) authority.remove_prefix(at + 1);
     std::string_view host = authority;
     int port = 0;
     if (std::size_t colon = authority.rfind(':');
@@ -56,7 +66,9 @@ std::optional<WebOrigin> WebOrigin::fromUrl(std::string_view url) {
         port = *number;
         host = authority.substr(0, colon);
     }
-    return make(scheme, host, port);
+    // An IPv6 host is whole only with both brackets.
+    if (host.starts_with('[') != host.ends_with(']')) return std::nullopt;
+    return make(scheme, lowercased(host), port);
 }
 
 std::optional<WebOrigin> WebOrigin::fromIdentifier(std::string_view identifier) {

@@ -19,7 +19,9 @@ struct WebOrigin {
 
     // From an origin or URL text ("http://a.example:8080", "https://a.example/x"),
     // and from a storage key: the origin is the part before the first "^"
-    // (the partition data after it is not part of the origin).
+    // (the partition data after it is not part of the origin). The scheme
+    // may be in any case and user information may precede the host, as in
+    // addresses of saved logins; scheme and host come back in lower case.
     static std::optional<WebOrigin> fromUrl(std::string_view url);
     // From a Chromium folder identifier "scheme_host_port" ("https_example.com_0";
     // a port of 0 is the default port).

@@ -23,7 +23,10 @@ TEST(WebOrigin, FromUrlsAndStorageKeys) {
         {"http://", std::nullopt},
         {"http://host:99999/", std::nullopt},
         {"http://host:x/", std::nullopt},
-        {"http://us@er@host/", std::nullopt},
+        {"http://us@er@host/", "http://host"},  // user information ends at the last "@"
+        {"HTTPS://User:pw@Mail.Example.org:8443/", "https://mail.example.org:8443"},
+        {"https://host.example.org\\@evil.example/", "https://host.example.org"},
+        {"http://[::1/", std::nullopt},
         {"example.com", std::nullopt},
         {"^http://a.example", std::nullopt},
     };

@@ -140,11 +140,16 @@ std::optional<BinaryCookieFile> BinaryCookieFile::parse(std::string_view bytes) 
         position += size;
     }
 
-    // Checksum, footer magic, property-list length, then exactly that many bytes.
-    if (bytes.size() - position < 12) return std::nullopt;
+    // Checksum, then the footer: its magic alone (as older files end), or
+    // the magic, a property-list length and exactly that many bytes.
+    if (bytes.size() - position < 8) return std::nullopt;
     if (readBe32(bytes, position) != checksum) return std::nullopt;
     std::string_view footer = bytes.substr(position + 4);
-    if (footer.substr(0, 4) != kFooterMagic || readBe32(footer, 4) != footer.size() - 8) return std::nullopt;
+    if (!footer.starts_with(kFooterMagic)) return std::nullopt;
+    if (footer.size() != kFooterMagic.size() &&
+        (footer.size() < 8 || readBe32(footer, 4) != footer.size() - 8)) {
+        return std::nullopt;
+    }
     file.footer_ = std::string(footer);
     return file;
 }

@@ -12,8 +12,8 @@ namespace tasselby {
 
 // The binary cookie file of the shared cookie storage, held as the bytes it
 // was read from. A file is "cook", the page count and page sizes (big-endian),
-// the pages, a big-endian checksum and a footer (its magic, a big-endian
-// length and a property list). A page is its magic, a little-endian record
+// the pages, a big-endian checksum and a footer: its magic, then a
+// big-endian length and a property list (older files end after the magic). A page is its magic, a little-endian record
 // count and record offsets, a zero word and the records; a record is
 // little-endian: its size, version, flags, port flag, four string offsets,
 // eight reserved bytes, expiry and creation (doubles, seconds since 2001),
@@ -61,7 +61,7 @@ private:
 
     std::vector<Record> records_;
     std::vector<Page> pages_;
-    std::string footer_;  // footer magic, length and property list, as read
+    std::string footer_;  // the footer as read, from its magic to the end of the file
 };
 
 }  // namespace tasselby

@@ -83,38 +83,52 @@ TEST(BinaryCookieFile, RoundTripsByteForByte) {
     EXPECT_EQ(file->cookies()[2].expiresDate, 8.0e8);
 }
 
+// The standard footer (magic, length, property list) and the older one that
+// is the magic alone.
+constexpr std::size_t kFooterSizes[] = {83, 4};
+
+std::string withFooter(std::string bytes, std::size_t footerSize) {
+    bytes.resize(bytes.size() - 83 + footerSize);
+    return bytes;
+}
+
 TEST(BinaryCookieFile, RemovingOneCookieKeepsEveryOtherByte) {
-    std::string bytes = threePages();
-    auto file = BinaryCookieFile::parse(bytes);
-    std::vector<HttpCookie> before = file->cookies();
-    ASSERT_TRUE(file->remove(before[3]));  // __utmz, in the middle page
+    for (std::size_t footerSize : kFooterSizes) {
+        SCOPED_TRACE(footerSize);
+        std::string bytes = withFooter(threePages(), footerSize);
+        auto file = BinaryCookieFile::parse(bytes);
+        ASSERT_TRUE(file);
+        EXPECT_EQ(file->serialize(), bytes);
+        std::vector<HttpCookie> before = file->cookies();
+        ASSERT_TRUE(file->remove(before[3]));  // __utmz, in the middle page
 
-    std::string written = file->serialize();
-    auto reread = BinaryCookieFile::parse(written);
-    ASSERT_TRUE(reread) << "the written file must be valid, checksum included";
-    std::vector<HttpCookie> after = reread->cookies();
-    EXPECT_EQ(names(after), (std::vector<std::string>{"sid", "lang", "__utma", "edition", "cart"}));
-    for (std::size_t i = 0; i < after.size(); ++i) {
-        HttpCookie expected = before[i < 3 ? i : i + 1];
-        expected.storageKey = after[i].storageKey;
-        EXPECT_EQ(after[i], expected);
+        std::string written = file->serialize();
+        auto reread = BinaryCookieFile::parse(written);
+        ASSERT_TRUE(reread) << "the written file must be valid, checksum included";
+        std::vector<HttpCookie> after = reread->cookies();
+        EXPECT_EQ(names(after), (std::vector<std::string>{"sid", "lang", "__utma", "edition", "cart"}));
+        for (std::size_t i = 0; i < after.size(); ++i) {
+            HttpCookie expected = before[i < 3 ? i : i + 1];
+            expected.storageKey = after[i].storageKey;
+            EXPECT_EQ(after[i], expected);
+        }
+
+        // The first and last pages and the footer are untouched; the middle
+        // page is rebuilt without the removed record.
+        ASSERT_EQ(pageCount(written), 3u);
+        EXPECT_EQ(page(written, 0), page(bytes, 0));
+        EXPECT_EQ(page(written, 2), page(bytes, 2));
+        EXPECT_EQ(page(bytes, 1).size() - page(written, 1).size(),
+                  4 + 56 + std::string_view(".tracker.net\0__utmz\0/\0src=a\0", 28).size());
+        EXPECT_EQ(written.substr(written.size() - footerSize), bytes.substr(bytes.size() - footerSize));
+
+        // A page that loses every cookie is dropped.
+        ASSERT_TRUE(file->remove(before.back()));
+        written = file->serialize();
+        EXPECT_EQ(pageCount(written), 2u);
+        ASSERT_TRUE(BinaryCookieFile::parse(written));
+        EXPECT_EQ(BinaryCookieFile::parse(written)->cookies().size(), 4u);
     }
-
-    // The first and last pages and the footer are untouched; the middle page
-    // is rebuilt without the removed record.
-    ASSERT_EQ(pageCount(written), 3u);
-    EXPECT_EQ(page(written, 0), page(bytes, 0));
-    EXPECT_EQ(page(written, 2), page(bytes, 2));
-    EXPECT_EQ(page(bytes, 1).size() - page(written, 1).size(),
-              4 + 56 + std::string_view(".tracker.net\0__utmz\0/\0src=a\0", 28).size());
-    EXPECT_EQ(written.substr(written.size() - 83), bytes.substr(bytes.size() - 83));
-
-    // A page that loses every cookie is dropped.
-    ASSERT_TRUE(file->remove(before.back()));
-    written = file->serialize();
-    EXPECT_EQ(pageCount(written), 2u);
-    ASSERT_TRUE(BinaryCookieFile::parse(written));
-    EXPECT_EQ(BinaryCookieFile::parse(written)->cookies().size(), 4u);
 }
 
 TEST(BinaryCookieFile, RemovesOnlyTheVeryCookieItListed) {
@@ -173,7 +187,12 @@ TEST(BinaryCookieFile, RejectsFilesThatCannotBeReadWhole) {
     for (const Case& test : cases) {
         EXPECT_FALSE(BinaryCookieFile::parse(test.bytes)) << test.what;
     }
+    // Cut anywhere but right after the footer's magic, which is the older
+    // complete form.
+    const std::size_t shortForm = checksum + 8;
+    EXPECT_TRUE(BinaryCookieFile::parse(good.substr(0, shortForm)));
     for (std::size_t length = 0; length < good.size(); ++length) {
+        if (length == shortForm) continue;
         EXPECT_FALSE(BinaryCookieFile::parse(good.substr(0, length))) << "truncated to " << length;
     }
 }

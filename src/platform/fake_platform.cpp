@@ -66,6 +66,16 @@ bool FakePlatform::removeItem(const std::string& path) {
     return PosixFiles::removeItem(path);
 }
 
+bool FakePlatform::replaceFileContents(const std::string& path, const std::string& contents,
+                                       const std::optional<std::string>& retiredPath) {
+    replaced.push_back(path);
+    return PosixFiles::replaceFileContents(path, contents, retiredPath);
+}
+
+bool FakePlatform::isLockedByOtherProcess(const std::string& path) {
+    return lockedFiles.count(path) != 0 || PosixFiles::isLockedByOtherProcess(path);
+}
+
 int FakePlatform::openForOverwrite(const std::string& path) {
     if (refuseOverwrite.count(path) != 0) return -1;
     int fd = PosixFiles::openForOverwrite(path);

@@ -68,6 +68,9 @@ public:
     std::vector<std::string> contentsOfDirectory(const std::string& path) override;
     std::optional<std::string> readUtf8File(const std::string& path) override;
     bool removeItem(const std::string& path) override;
+    bool replaceFileContents(const std::string& path, const std::string& contents,
+                             const std::optional<std::string>& retiredPath) override;
+    bool isLockedByOtherProcess(const std::string& path) override;
 
     int openForOverwrite(const std::string& path) override;
     std::optional<std::uint64_t> sizeOfOpenFile(int fd) override;
@@ -86,6 +89,7 @@ public:
     std::vector<KeychainAttributes> keychainItems;
     std::int32_t keychainStatus = kErrSecSuccess;
     std::set<std::string> refuseOverwrite;  // openForOverwrite fails for these paths
+    std::set<std::string> lockedFiles;      // held by another process, as far as the worker can tell
 
     // Records.
     FakeNotificationCenter center;
@@ -94,6 +98,7 @@ public:
     std::vector<KeychainQuery> keychainQueries;
     std::vector<std::string> removed;      // every removeItem call, in order
     std::vector<std::string> overwritten;  // every path opened for overwriting
+    std::vector<std::string> replaced;     // every file whose contents were replaced
     std::map<int, std::string> openFiles;
     int terminations = 0;
 };

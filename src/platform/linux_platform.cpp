@@ -81,6 +81,11 @@ std::optional<std::string> LinuxPlatform::readUtf8File(const std::string& path) 
     return PosixFiles::readUtf8File(path);
 }
 bool LinuxPlatform::removeItem(const std::string& path) { return PosixFiles::removeItem(path); }
+bool LinuxPlatform::replaceFileContents(const std::string& path, const std::string& contents,
+                                        const std::optional<std::string>& retiredPath) {
+    return PosixFiles::replaceFileContents(path, contents, retiredPath);
+}
+bool LinuxPlatform::isLockedByOtherProcess(const std::string& path) { return PosixFiles::isLockedByOtherProcess(path); }
 int LinuxPlatform::openForOverwrite(const std::string& path) { return PosixFiles::openForOverwrite(path); }
 std::optional<std::uint64_t> LinuxPlatform::sizeOfOpenFile(int fd) { return PosixFiles::sizeOfOpenFile(fd); }
 long LinuxPlatform::writeToFile(int fd, const unsigned char* bytes, std::size_t count) {

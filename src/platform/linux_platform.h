@@ -47,6 +47,9 @@ public:
     std::vector<std::string> contentsOfDirectory(const std::string& path) override;
     std::optional<std::string> readUtf8File(const std::string& path) override;
     bool removeItem(const std::string& path) override;
+    bool replaceFileContents(const std::string& path, const std::string& contents,
+                             const std::optional<std::string>& retiredPath) override;
+    bool isLockedByOtherProcess(const std::string& path) override;
 
     int openForOverwrite(const std::string& path) override;
     std::optional<std::uint64_t> sizeOfOpenFile(int fd) override;

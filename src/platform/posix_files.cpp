@@ -74,24 +74,40 @@ std::vector<std::string> PosixFiles::contentsOfDirectory(const std::string& path
     return names;
 }
 
-std::optional<std::string> PosixFiles::readUtf8File(const std::string& path) {
+std::optional<std::string> PosixFiles::readWholeFile(const std::string& path) {
     if (path.empty()) return std::nullopt;
-    int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    // Without O_NONBLOCK, opening a named pipe would wait for a writer that
+    // never comes; fstat on what was opened (not on the name, which may
+    // change in between) then admits regular files only, so a device such as
+    // /dev/zero is never read without end.
+    int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) return std::nullopt;
-    std::string text;
+    struct stat st;
+    if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || static_cast<std::uint64_t>(st.st_size) > kMaxWholeFileSize) {
+        close(fd);
+        return std::nullopt;
+    }
+    std::string bytes;
+    bytes.reserve(static_cast<std::size_t>(st.st_size));
     char buffer[65536];
     for (;;) {
         ssize_t n = read(fd, buffer, sizeof buffer);
         if (n < 0 && errno == EINTR) continue;
-        if (n < 0) {
+        // A file that grows past the bound while it is read is refused too.
+        if (n < 0 || bytes.size() + static_cast<std::size_t>(n) > kMaxWholeFileSize) {
             close(fd);
             return std::nullopt;
         }
         if (n == 0) break;
-        text.append(buffer, static_cast<std::size_t>(n));
+        bytes.append(buffer, static_cast<std::size_t>(n));
     }
     close(fd);
-    if (!isValidUtf8(text)) return std::nullopt;
+    return bytes;
+}
+
+std::optional<std::string> PosixFiles::readUtf8File(const std::string& path) {
+    std::optional<std::string> text = readWholeFile(path);
+    if (!text || !isValidUtf8(*text)) return std::nullopt;
     return text;
 }
 
@@ -110,8 +126,75 @@ bool PosixFiles::removeItem(const std::string& givenPath) {
     return rmdir(path.c_str()) == 0;
 }
 
+bool PosixFiles::replaceFileContents(const std::string& path, const std::string& contents,
+                                     const std::optional<std::string>& retiredPath) {
+    struct stat old;
+    if (path.empty() || lstat(path.c_str(), &old) != 0 || !S_ISREG(old.st_mode)) return false;
+    std::string temporary = path + ".tasselby-XXXXXX";
+    int fd = mkstemp(temporary.data());
+    if (fd < 0) return false;
+    bool written = true;
+    for (std::size_t done = 0; written && done < contents.size();) {
+        ssize_t n = write(fd, contents.data() + done, contents.size() - done);
+        if (n < 0 && errno == EINTR) continue;
+        written = n > 0;
+        if (written) done += static_cast<std::size_t>(n);
+    }
+    // The new file belongs to whoever owned the old one; a worker run by
+    // another user than the owner cannot give it away, and that is not worth
+    // failing for. The mode matters more: the browser chose it.
+    if (fchown(fd, old.st_uid, old.st_gid) != 0) {
+        // Ignored on purpose: see above.
+    }
+    written = written && fchmod(fd, old.st_mode & 07777) == 0 && fsync(fd) == 0;
+    written = close(fd) == 0 && written;
+    if (written && retiredPath) written = link(path.c_str(), retiredPath->c_str()) == 0;
+    if (!written || rename(temporary.c_str(), path.c_str()) != 0) {
+        if (written && retiredPath) unlink(retiredPath->c_str());
+        unlink(temporary.c_str());
+        return false;
+    }
+    // The rename itself lasts once the folder is synced; a folder that cannot
+    // be opened still holds the new file, only less durably.
+    std::string folder = path.substr(0, path.find_last_of('/') == std::string::npos ? 0 : path.find_last_of('/'));
+    int dirFd = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (dirFd >= 0) {
+        fsync(dirFd);
+        close(dirFd);
+    }
+    return true;
+}
+
+bool PosixFiles::isLockedByOtherProcess(const std::string& path) {
+    if (path.empty()) return false;
+    // Non-blocking, so that a FIFO planted under the lock file's name cannot
+    // stall the run.
+    int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (fd < 0) return false;
+    struct flock query {};
+    query.l_type = F_WRLCK;
+    query.l_whence = SEEK_SET;
+    query.l_start = 0;
+    query.l_len = 0;
+    // F_GETLK never reports this process's own locks, which is what "another
+    // process" asks for.
+    bool locked = fcntl(fd, F_GETLK, &query) == 0 && query.l_type != F_UNLCK;
+    close(fd);
+    return locked;
+}
+
 int PosixFiles::openForOverwrite(const std::string& path) {
-    return open(path.c_str(), O_RDWR);
+    // O_NOFOLLOW: a final symbolic link is refused (ELOOP), so the overwrite
+    // never writes into whatever a link points at. O_NONBLOCK keeps a named
+    // pipe from holding the open; only a regular file is ever handed out.
+    int fd = open(path.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return -1;
+    struct stat st;
+    if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        close(fd);
+        return -1;
+    }
+    return fd;
 }
 
 std::optional<std::uint64_t> PosixFiles::sizeOfOpenFile(int fd) {

@@ -1,6 +1,12 @@
 #include "platform/posix_files.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -42,7 +48,26 @@ TEST_F(PosixFilesTest, MissingItemsAreReportedAndNothingElseHappens) {
     EXPECT_FALSE(PosixFiles::removeItem(tree.path("missing")));
     EXPECT_FALSE(PosixFiles::removeItem(""));
     EXPECT_TRUE(PosixFiles::contentsOfDirectory(tree.path("missing")).empty());
-    EXPECT_FALSE(PosixFiles::readUtf8File(tree.path("missing")).has_value());
+}
+
+// Only a regular file up to the bound is read, through a link or not; a named
+// pipe without a writer, a device and a folder answer nothing at once. None
+// of those, nor a link, is ever opened for overwriting.
+TEST_F(PosixFilesTest, WholeFileReadsTakeOnlyRegularFilesOfABoundedSize) {
+    tree.writeFile("text", "text");
+    fs::create_symlink(tree.path("text"), tree.path("link-to-text"));
+    ASSERT_EQ(mkfifo(tree.path("pipe").c_str(), 0600), 0);
+    fs::create_symlink("/dev/zero", tree.path("zero"));
+    tree.makeFolder("folder");
+    fs::resize_file(tree.writeFile("huge"), PosixFiles::kMaxWholeFileSize + 1);
+    EXPECT_EQ(PosixFiles::readWholeFile(tree.path("link-to-text")), "text");
+    for (const char* item : {"missing", "pipe", "zero", "folder", "huge"}) {
+        EXPECT_FALSE(PosixFiles::readWholeFile(tree.path(item)).has_value()) << item;
+        EXPECT_FALSE(PosixFiles::readUtf8File(tree.path(item)).has_value()) << item;
+    }
+    for (const char* item : {"pipe", "zero", "folder", "link-to-text"}) {
+        EXPECT_LT(PosixFiles::openForOverwrite(tree.path(item)), 0) << item;
+    }
 }
 
 TEST_F(PosixFilesTest, TextMustBeWellFormedUtf8) {
@@ -55,6 +80,61 @@ TEST_F(PosixFilesTest, TextMustBeWellFormedUtf8) {
     EXPECT_FALSE(PosixFiles::readUtf8File(tree.path("latin1.txt")).has_value());
     tree.writeFile("utf8.txt", "caf\xc3\xa9\n");
     EXPECT_EQ(PosixFiles::readUtf8File(tree.path("utf8.txt")), "caf\xc3\xa9\n");
+}
+
+TEST_F(PosixFilesTest, ReplacedContentsKeepTheModeAndTheRetiredLinkKeepsTheOldBytes) {
+    std::string file = tree.writeFile("profile/serviceworker.txt", "old\n");
+    ASSERT_EQ(chmod(file.c_str(), 0640), 0);
+    EXPECT_TRUE(PosixFiles::replaceFileContents(file, "new\n", tree.path("profile/retired")));
+    EXPECT_EQ(tree.read("profile/serviceworker.txt"), "new\n");
+    EXPECT_EQ(tree.read("profile/retired"), "old\n");
+    EXPECT_EQ(fs::status(file).permissions(), fs::perms(0640));
+    EXPECT_EQ(std::distance(fs::directory_iterator(tree.path("profile")), fs::directory_iterator()), 2);
+
+    // A link or a folder is not a file to replace; the link's target stays as it was.
+    tree.writeFile("outside.txt", "outside\n");
+    fs::create_symlink(tree.path("outside.txt"), tree.path("link.txt"));
+    EXPECT_FALSE(PosixFiles::replaceFileContents(tree.path("link.txt"), "x", std::nullopt));
+    EXPECT_FALSE(PosixFiles::replaceFileContents(tree.path("profile"), "x", std::nullopt));
+    EXPECT_FALSE(PosixFiles::replaceFileContents(tree.path("missing"), "x", std::nullopt));
+    EXPECT_EQ(tree.read("outside.txt"), "outside\n");
+    // A retired name already taken fails the whole step.
+    EXPECT_FALSE(PosixFiles::replaceFileContents(file, "newer\n", tree.path("profile/retired")));
+    EXPECT_EQ(tree.read("profile/serviceworker.txt"), "new\n");
+}
+
+TEST_F(PosixFilesTest, AnFcntlLockOfAnotherProcessIsSeen) {
+    std::string lock = tree.writeFile(".parentlock");
+    EXPECT_FALSE(PosixFiles::isLockedByOtherProcess(lock));
+    int ready[2], release[2];
+    ASSERT_EQ(pipe(ready), 0);
+    ASSERT_EQ(pipe(release), 0);
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        alarm(20);  // never outlives a stuck test
+        int fd = open(lock.c_str(), O_RDWR);
+        struct flock hold {};
+        hold.l_type = F_WRLCK;
+        hold.l_whence = SEEK_SET;
+        char byte = fd >= 0 && fcntl(fd, F_SETLK, &hold) == 0 ? 'y' : 'n';
+        if (write(ready[1], &byte, 1) != 1) _exit(1);
+        close(release[1]);
+        if (read(release[0], &byte, 1) < 0) _exit(1);
+        _exit(0);
+    }
+    close(release[0]);
+    char byte = 0;
+    ASSERT_EQ(read(ready[0], &byte, 1), 1);
+    EXPECT_EQ(byte, 'y');
+    EXPECT_TRUE(PosixFiles::isLockedByOtherProcess(lock));
+    close(release[1]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    close(ready[0]);
+    close(ready[1]);
+    EXPECT_FALSE(PosixFiles::isLockedByOtherProcess(lock));
+    EXPECT_FALSE(PosixFiles::isLockedByOtherProcess(tree.path("missing")));
 }
 
 }  // namespace

@@ -109,6 +109,11 @@ bool Sqlite::openExisting(const std::string& path, bool readOnly, bool immutable
     return true;
 }
 
+bool Sqlite::enableSecureDelete() {
+    // The statement answers the new setting as a row, so it is run as a query.
+    return executeQuery("PRAGMA secure_delete = ON;").has_value();
+}
+
 std::int64_t Sqlite::changes() const { return db_ == nullptr ? 0 : sqlite3_changes64(db_); }
 
 bool Sqlite::createFunction(const std::string& name, int argumentCount, TextFunction function) {

@@ -88,6 +88,10 @@ public:
     bool executeNonQuery(const std::string& sql);
     bool executeNonQuery(const std::string& sql, const SqlArguments& arguments);
 
+    // Makes SQLite overwrite the content of deleted rows with zeros for the
+    // rest of the connection. False when the setting could not be made.
+    bool enableSecureDelete();
+
     // Rows changed by the connection's most recent INSERT, UPDATE or DELETE.
     std::int64_t changes() const;
 

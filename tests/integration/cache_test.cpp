@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <filesystem>
 
+#include <sys/stat.h>
+
 #include "base/names.h"
+#include "base/text.h"
 #include "integration/worker_run.h"
 #include "support/busy_executable.h"
 #include "support/cache_trees.h"
@@ -116,15 +119,26 @@ TEST(ChromeCaches, EmptyProfileListLeavesEveryChromeCache) {
     EXPECT_EQ(itemsLeft(cache.run.home(), cache.homeItems), itemsExcept(cache.homeItems, {kAssetCache, kDownloads}));
 }
 
-TEST(ChromeCaches, MissingProfileListStopsTheRunBeforeAnyRemoval) {
+// A profile list that is missing, a named pipe nobody writes to, or a link to
+// an endless device cannot be read: the run stops at once, before any removal.
+class UnreadableProfileList : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(UnreadableProfileList, StopsTheRunBeforeAnyRemoval) {
     CacheRun cache;
-    std::filesystem::remove(cache.run.home().path(kChromeData + "Local State"));
+    std::string localState = cache.run.home().path(kChromeData + "Local State");
+    std::filesystem::remove(localState);
+    if (GetParam() == std::string("NamedPipe")) {
+        ASSERT_EQ(mkfifo(localState.c_str(), 0600), 0);
+    }
+    if (GetParam() == std::string("LinkToDevZero")) std::filesystem::create_symlink("/dev/zero", localState);
     WorkerResult result = cache.start(kGoogleChrome, false);
     EXPECT_EQ(result.exitStatus, 70);
     EXPECT_EQ(std::count(result.standardError.begin(), result.standardError.end(), '\n'), 1);
     EXPECT_TRUE(result.notifications.empty());
     EXPECT_EQ(itemsLeft(cache.run.home(), cache.homeItems), cache.homeItems);
 }
+
+INSTANTIATE_TEST_SUITE_P(ChromeCaches, UnreadableProfileList, ::testing::Values("Missing", "NamedPipe", "LinkToDevZero"));
 
 // With the switch on, a file is overwritten where it lies: a second hard link
 // outside the removed tree shows the last pass, and a running program's copy,
@@ -146,6 +160,31 @@ TEST(SecureCaches, OverwriteReachesOtherLinksAndSparesWhatCannotBeOpened) {
     EXPECT_TRUE(isLastPassPattern(bytes));
     EXPECT_EQ(home.read("Library/Cookies/Cookies.plist"), busy.contents());
     EXPECT_FALSE(home.exists("Library/Cookies/HSTS.plist"));
+}
+
+// Nothing is overwritten through a symbolic link: a linked local-storage
+// file, cache file and cookie property list go as links, and their targets
+// outside the home keep every byte.
+TEST(SecureCaches, LinkedItemsGoAsLinksAndTheirTargetsKeepEveryByte) {
+    CacheRun cache;
+    const SampleHome& home = cache.run.home();
+    TemporaryFolder outsideFolder{"tasselby-outside"};
+    SampleHome outside{outsideFolder.path()};
+    const std::string linked[] = {"Library/Safari/LocalStorage/http_example.org_0.localstorage",
+                                  "Library/Caches/com.apple.Safari/Cache.db", "Library/Cookies/Cookies.plist"};
+    for (const std::string& item : linked) {
+        std::string target = outside.writeFile(lastPathComponent(item), std::string(5000, '\xFF'));
+        std::filesystem::remove(home.path(item));
+        home.makeFolder(item.substr(0, item.rfind('/')));
+        std::filesystem::create_symlink(target, home.path(item));
+    }
+
+    WorkerResult result = cache.start(kSafari, true);
+    EXPECT_EQ(result.exitStatus, 0);
+    for (const std::string& item : linked) {
+        EXPECT_FALSE(std::filesystem::is_symlink(home.path(item))) << item;
+        EXPECT_EQ(outside.read(lastPathComponent(item)), std::string(5000, '\xFF')) << item;
+    }
 }
 
 }  // namespace

@@ -54,8 +54,14 @@ void run(Sqlite& database, const std::string& sql, const SqlArguments& arguments
 
 std::string writeFirefoxLogins(const SampleHome& home, const std::string& profile,
                                const std::vector<std::string>& hostnames) {
+    home.makeFolder(std::string(kFirefoxProfilesRoot) + "/" + profile);
+    return writeFirefoxSignons(home.path(std::string(kFirefoxProfilesRoot) + "/" + profile + "/" + kSignonsFile),
+                               hostnames);
+}
+
+std::string writeFirefoxSignons(const std::string& path, const std::vector<std::string>& hostnames) {
     Sqlite database;
-    const std::string path = openStore(home, profile, database);
+    if (!database.open(path)) throw std::runtime_error("cannot create " + path);
     for (const char* sql : kSignonsSchema) run(database, sql);
     std::int64_t id = 0;
     for (const std::string& hostname : hostnames) {

@@ -17,6 +17,9 @@ inline constexpr const char* kFirefoxProfilesRoot = "Library/Application Support
 std::string writeFirefoxLogins(const SampleHome& home, const std::string& profile,
                                const std::vector<std::string>& hostnames);
 
+// The same store written at the given path (its folder must exist).
+std::string writeFirefoxSignons(const std::string& path, const std::vector<std::string>& hostnames);
+
 // A "signons.sqlite" without the logins table, as a damaged or foreign file
 // of that name would be.
 std::string writeFirefoxSignonsWithoutLogins(const SampleHome& home, const std::string& profile);

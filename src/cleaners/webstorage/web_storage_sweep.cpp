@@ -22,6 +22,7 @@ constexpr const char* kDatabasesIndex = "Databases.db";
 constexpr const char* kStorageTracker = "StorageTracker.db";
 constexpr const char* kMozillaStore = "webappsstore.sqlite";
 constexpr const char* kJournalSuffix = "-journal";
+constexpr const char* kWriteAheadLogSuffixes[] = {"-wal", "-shm"};
 
 constexpr const char* kSelectOrigins = "SELECT origin FROM Databases;";
 constexpr const char* kDeleteDatabases = "DELETE FROM Databases WHERE origin IN ('%@');";
@@ -68,7 +69,7 @@ private:
     enum class Index { Safari, Chromium };
 
     void webDatabases(const std::string& folder, Index index);
-    void localStorageWithJournals(const std::string& folder, const std::string& browser);
+    void localStorage(const std::string& folder, const std::string& browser);
     void pruneStorageTracker(const std::string& folder);
     void mozillaStore(const std::string& path, std::vector<std::string>& scopes);
     // Runs with the database at path open; nothing when it is missing or does not open.
@@ -116,15 +117,20 @@ void WebStorageSweep::webDatabases(const std::string& folder, Index index) {
     });
 }
 
-void WebStorageSweep::localStorageWithJournals(const std::string& folder, const std::string& browser) {
+void WebStorageSweep::localStorage(const std::string& folder, const std::string& browser) {
     if (!platform_.fileExists(folder)) return;
     std::vector<std::string> chosen = delegate_.localStorageArray(platform_.contentsOfDirectory(folder), browser, keep_);
     for (const std::string& name : chosen) {
-        // The journal goes with its file whatever became of the file; a
-        // missing journal is simply not there to remove.
+        // The companions go with their file whatever became of the file, and
+        // a missing one is simply not there to remove. The Chromium family
+        // keeps a rollback journal beside a file, Safari none. Either may run
+        // a file in write-ahead-log mode, whose log holds the latest keys and
+        // values in plain text and still names the origin, so leaving it
+        // would keep the removed data readable.
         std::string file = appendingPathComponent(folder, name);
         delegate_.dispose(file, secure_);
-        delegate_.dispose(file + kJournalSuffix, secure_);
+        if (browser != kSafari) delegate_.dispose(file + kJournalSuffix, secure_);
+        for (const char* suffix : kWriteAheadLogSuffixes) delegate_.dispose(file + suffix, secure_);
     }
     chosen_ += static_cast<long>(chosen.size());
 }
@@ -144,18 +150,14 @@ void WebStorageSweep::pruneStorageTracker(const std::string& folder) {
 
 void WebStorageSweep::safari() {
     webDatabases(delegate_.expandTilde(kSafariDatabases), Index::Safari);
-    // Safari's local storage has no journals beside its files to take along.
-    std::string localStorage = delegate_.expandTilde(kSafariLocalStorage);
-    std::vector<std::string> chosen =
-        delegate_.localStorageArray(platform_.contentsOfDirectory(localStorage), kSafari, keep_);
-    disposeAll(localStorage, chosen);
-    chosen_ += static_cast<long>(chosen.size());
-    pruneStorageTracker(localStorage);
+    std::string folder = delegate_.expandTilde(kSafariLocalStorage);
+    localStorage(folder, kSafari);
+    pruneStorageTracker(folder);
 }
 
 void WebStorageSweep::chromiumFamily(const std::string& root, const std::string& browser) {
     webDatabases(appendingPathComponent(root, kDatabasesFolder), Index::Chromium);
-    localStorageWithJournals(appendingPathComponent(root, kLocalStorageFolder), browser);
+    localStorage(appendingPathComponent(root, kLocalStorageFolder), browser);
 }
 
 void WebStorageSweep::mozillaStore(const std::string& path, std::vector<std::string>& scopes) {
