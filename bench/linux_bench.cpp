@@ -494,6 +494,9 @@ public:
     virtual std::string cookieStore() const = 0;  // home-relative
     virtual std::string cookieTable() const = 0;
     virtual std::string cookieHostColumn() const = 0;
+    // Whether the browser keeps its cookies in WAL mode (the worker then folds
+    // the log back into the file after its deletion).
+    virtual bool cookieStoreInWal() const { return false; }
     // The sites the worker keeps, read from the home's saved passwords.
     virtual std::vector<std::string> keptSites(const std::string& home) const = 0;
     // The folders the worker removes whole, home-relative.
@@ -887,12 +890,11 @@ public:
     std::string cookieStore() const override { return std::string(kProfile) + "/cookies.sqlite"; }
     std::string cookieTable() const override { return "moz_cookies"; }
     std::string cookieHostColumn() const override { return "host"; }
-    std::vector<std::string> keptSites(const std::string&) const override {
-        std::vector<std::string> sites;
-        for (int k = 0; k < kSites; ++k) {
-            if (isKept(k)) sites.push_back(siteName(k));
-        }
-        return sites;
+    bool cookieStoreInWal() const override { return true; }
+    std::vector<std::string> keptSites(const std::string& home) const override {
+        std::set<std::string> sites;
+        tasselby::LoginKeepList::addFirefoxLoginsJson(readFile(home + "/" + passwordStores().front()), sites);
+        return {sites.begin(), sites.end()};
     }
     std::vector<std::string> removedTrees() const override {
         std::vector<std::string> trees = {kCache};
@@ -1225,7 +1227,7 @@ private:
                 tasselby::FakePlatform platform(copy->path());
                 catalogue = tasselby::WorkerAppDelegate(platform).defaultTrackingCookies();
                 cleaner = std::make_unique<tasselby::CookieTableCleaner>(
-                    tasselby::CookieTable{table.c_str(), hostColumn.c_str(), "name"},
+                    tasselby::CookieTable{table.c_str(), hostColumn.c_str(), "name", browser_.cookieStoreInWal()},
                     [&](std::string_view host) {
                         return keep->contains(tasselby::WorkerExtras::siteWithDomainName(std::string(host)));
                     },
