@@ -897,7 +897,8 @@ public:
         return {sites.begin(), sites.end()};
     }
     std::vector<std::string> removedTrees() const override {
-        std::vector<std::string> trees = {kCache};
+        // The cache folder itself stays: its cache2, startupCache and thumbnails go.
+        std::vector<std::string> trees = {std::string(kCache) + "/cache2"};
         for (int k = 0; k < kSites; ++k) {
             if (!isKept(k)) trees.push_back(std::string(kProfile) + "/storage/default/" + storageFolder(k));
         }
