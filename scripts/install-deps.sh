@@ -8,8 +8,8 @@ packages=(
     libgtest-dev libgmock-dev
     libsqlite3-dev sqlite3
     libplist-dev libplist-utils
-    libsecret-1-dev libsecret-tools gnome-keyring
-    libglib2.0-dev libglib2.0-bin libnotify-dev
+    libsecret-tools gnome-keyring
+    libglib2.0-dev libglib2.0-bin
     nlohmann-json3-dev
     dbus dbus-daemon dbus-bin
     python3 python3-dbus python3-dbusmock
