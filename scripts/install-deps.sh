@@ -12,7 +12,7 @@ packages=(
     libglib2.0-dev libglib2.0-bin
     nlohmann-json3-dev
     dbus dbus-daemon dbus-bin
-    python3 python3-dbus python3-dbusmock
+    python3 python3-dbus python3-gi python3-dbusmock
 )
 
 missing=()
