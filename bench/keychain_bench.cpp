@@ -1,5 +1,5 @@
 // The keychain look-up against a keyring of saved form passwords:
-//   keychain_bench [ITEMS] [ROUNDS]      (default 10000 items, 3 rounds)
+//   keychain_bench [ITEMS] [ROUNDS]      (default 10000 items, 2 rounds)
 // Inside the test session's private bus, twice: with a gnome-keyring seeded
 // with ITEMS form passwords, and with the tests' own keyring service holding
 // as many (which answers at once, so the time left is the worker's own and the
@@ -83,7 +83,7 @@ void timeInSession(const char* keyring, const std::string& keyringOptions, long 
     tasselby::testing::TemporaryFolder home("tasselby-keychain-home"), work("tasselby-keychain-work");
     const std::string out = work / "session";
     const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
-    const std::string command = std::string("bash '") + TASSELBY_SESSION_SCRIPT + "' --no-notifications --home '" +
+    const std::string command = std::string("bash '") + TASSELBY_SESSION_SCRIPT + "' --no-notifications --command-limit 3600 --home '" +
                                 home.path() + "' --work '" + work.path() + "' --out '" + out + "' " + keyringOptions +
                                 " -- '" + self + "' " + kProbeFlag + " " + std::to_string(rounds);
     const Clock::time_point start = Clock::now();
@@ -101,7 +101,7 @@ void timeInSession(const char* keyring, const std::string& keyringOptions, long 
 int main(int argc, char* argv[]) {
     if (argc > 2 && std::string(argv[1]) == kProbeFlag) return insideSession(std::atoi(argv[2]));
     const long items = argc > 1 ? std::atol(argv[1]) : 10000;
-    const int rounds = argc > 2 ? std::atoi(argv[2]) : 3;
+    const int rounds = argc > 2 ? std::atoi(argv[2]) : 2;
     timeInSession("tests' own keyring service", "--fake-keyring answer:" + std::to_string(items), items, rounds);
     timeInSession("gnome-keyring", "--bulk-keyring " + std::to_string(items), items, rounds);
     return 0;

@@ -8,15 +8,15 @@ packages=(
     libgtest-dev libgmock-dev
     libsqlite3-dev sqlite3
     libplist-dev libplist-utils
-    libsecret-1-dev libsecret-tools gnome-keyring
-    libglib2.0-dev libglib2.0-bin libnotify-dev
+    libsecret-tools gnome-keyring
+    libglib2.0-dev libglib2.0-bin
     nlohmann-json3-dev
     # libleveldb's CMake package names snappy among its link libraries, and
     # only libsnappy-dev provides the library under that name.
     libleveldb-dev libsnappy-dev
     dpkg-dev file man-db
     dbus dbus-daemon dbus-bin
-    python3 python3-dbus python3-dbusmock
+    python3 python3-dbus python3-gi python3-dbusmock
     clang-14 libclang-rt-14-dev
     chromium firefox-esr
     # The Linux-layout benchmark's peer.

@@ -4,10 +4,10 @@
 #include <optional>
 #include <string>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include "app/run_observer.h"
+#include "cleaners/cookies/cookie_row.h"
 #include "platform/platform.h"
 #include "storage/sqlite.h"
 
@@ -20,14 +20,13 @@ using KeepList = std::vector<std::string>;
 // browser's "Local State" file lists them.
 using ProfileMap = std::vector<std::pair<std::string, std::string>>;
 
-// One cookie chosen by the inventory: a cookie of the shared storage, or one
-// row of a browser's cookie table with every column.
-using CookieRecord = std::variant<HttpCookie, SqlRow>;
-
+// The cookies chosen for removal, each record once: cookies of the shared
+// storage (Safari) or rows of a browser's cookie tables (every other browser).
 struct CookieInventory {
     long cookieCount = 0;    // non-kept plus tracking, before duplicates go
     long trackingCount = 0;  // tracking cookies, kept sites included
-    std::vector<CookieRecord> removalList;  // each record once
+    std::vector<HttpCookie> storedCookies;
+    std::vector<CookieRow> rows;
 };
 
 // The worker: one run for one browser, from the argument check to

@@ -5,11 +5,12 @@
 
 #include "platform/platform.h"
 
-typedef struct _NotifyNotification NotifyNotification;
+typedef struct _GDBusConnection GDBusConnection;
 
 namespace tasselby {
 
-// The user notification centre on freedesktop desktop notifications.
+// The user notification centre on freedesktop desktop notifications: one
+// Notify call to org.freedesktop.Notifications on the session bus.
 // The notification's title becomes the summary; its subtitle (where the
 // worker puts its report) and any informative text become the body, one
 // line each. No actions are offered and sound is suppressed unless a sound
@@ -35,9 +36,9 @@ private:
 
     std::string applicationName_;
     UserNotificationCenterDelegate* delegate_ = nullptr;
-    bool initialised_ = false;
+    GDBusConnection* bus_ = nullptr;
     std::uint32_t lastIdentifier_ = 0;
-    std::map<std::uint32_t, NotifyNotification*> delivered_;
+    std::map<std::uint32_t, std::uint32_t> delivered_;  // our identifier to the service's
 };
 
 }  // namespace tasselby

@@ -236,20 +236,32 @@ std::optional<SqlRows> Sqlite::executeQuery(const std::string& sql, const SqlArg
     if (!prepareSql(sql, &prepared)) return std::nullopt;
     Statement statement(prepared);
     bindArguments(prepared, arguments);
+    SqlRows rows;
+    readRows(prepared, [&rows](SqlRow& row) { rows.push_back(std::move(row)); });
+    return rows;
+}
 
+bool Sqlite::forEachRow(const std::string& sql, const std::function<void(SqlRow&)>& eachRow) {
+    sqlite3_stmt* prepared = nullptr;
+    if (!prepareSql(sql, &prepared)) return false;
+    Statement statement(prepared);
+    readRows(prepared, eachRow);
+    return true;
+}
+
+void Sqlite::readRows(sqlite3_stmt* statement, const std::function<void(SqlRow&)>& eachRow) {
     // The columns in name order, each name once with the last column of that
     // name, so that every row is built by appending at the end of its map.
-    const int columns = sqlite3_column_count(prepared);
+    const int columns = sqlite3_column_count(statement);
     std::map<std::string, int> byName;
-    for (int column = 0; column < columns; ++column) byName.insert_or_assign(columnName(prepared, column), column);
+    for (int column = 0; column < columns; ++column) byName.insert_or_assign(columnName(statement, column), column);
 
-    SqlRows rows;
     // A step error in the middle of a result ends it quietly with the rows read so far.
-    while (hasData(prepared)) {
-        SqlRow& row = rows.emplace_back();
-        for (const auto& [name, column] : byName) row.emplace_hint(row.end(), name, columnData(prepared, column));
+    while (hasData(statement)) {
+        SqlRow row;
+        for (const auto& [name, column] : byName) row.emplace_hint(row.end(), name, columnData(statement, column));
+        eachRow(row);
     }
-    return rows;
 }
 
 bool Sqlite::executeNonQuery(const std::string& sql) { return executeNonQuery(sql, {}); }

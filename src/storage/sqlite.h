@@ -87,6 +87,10 @@ public:
     // beyond the given arguments are bound as NULL.
     std::optional<SqlRows> executeQuery(const std::string& sql);
     std::optional<SqlRows> executeQuery(const std::string& sql, const SqlArguments& arguments);
+    // The same rows handed to eachRow one at a time, each gone before the
+    // next is read, so that a big table never sits in memory whole; false
+    // when the statement cannot be prepared.
+    bool forEachRow(const std::string& sql, const std::function<void(SqlRow&)>& eachRow);
     // Whether the statement ran to its end without producing a row.
     bool executeNonQuery(const std::string& sql);
     bool executeNonQuery(const std::string& sql, const SqlArguments& arguments);
@@ -142,6 +146,7 @@ private:
     // result tries again.
     bool retryWhenBusy(std::int64_t busyCount) const;
     void bindArguments(sqlite3_stmt* statement, const SqlArguments& arguments);
+    void readRows(sqlite3_stmt* statement, const std::function<void(SqlRow&)>& eachRow);
 
     std::int64_t busyRetryTimeout_ = 1;
     std::optional<std::string> filePath_;

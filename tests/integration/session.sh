@@ -7,7 +7,8 @@
 #
 #   session.sh --home DIR --work DIR --out DIR [--no-notifications]
 #              [--keyring ITEMS] [--bulk-keyring COUNT] [--lock-keyring]
-#              [--fake-keyring MODE:ITEMS] [--monitor] -- COMMAND [ARG...]
+#              [--fake-keyring MODE:ITEMS] [--monitor] [--command-limit SECONDS]
+#              -- COMMAND [ARG...]
 #
 # COMMAND runs with HOME=DIR, the working folder as its current folder and
 # standard input closed. Into the --out folder (made if missing) go:
@@ -31,7 +32,7 @@ set -euo pipefail
 
 readonly kKeyringPassword="tasselby-session"
 readonly kServiceWait=10     # seconds a service gets to own its bus name
-readonly kCommandLimit=60    # seconds COMMAND may run
+commandLimit=60              # seconds COMMAND may run (--command-limit)
 readonly kNotifications="org.freedesktop.Notifications"
 readonly kSecrets="org.freedesktop.secrets"
 readonly kLoginCollection="/org/freedesktop/secrets/collection/login"
@@ -51,6 +52,7 @@ while (($#)); do
         --fake-keyring) fake=$2; shift 2 ;;
         --lock-keyring) lock=1; shift ;;
         --monitor) monitor=1; shift ;;
+        --command-limit) commandLimit=$2; shift 2 ;;
         --) shift; break ;;
         *) echo "session.sh: unknown option $1" >&2; exit 2 ;;
     esac
@@ -199,7 +201,7 @@ if ((monitor)); then
 fi
 
 set +e
-(cd "$work" && exec timeout --foreground --kill-after=5 "$kCommandLimit" "$@") \
+(cd "$work" && exec timeout --foreground --kill-after=5 "$commandLimit" "$@") \
     >"$out/stdout" 2>"$out/stderr" 0<&-
 echo $? >"$out/status"
 set -e

@@ -1,18 +1,24 @@
 #include <filesystem>
+#include <set>
 
 #include "cleaners/cookies/cookie_test_fixture.h"
 
 namespace tasselby::testing {
 namespace {
 
-std::vector<std::string> recordNames(const CookieInventory& inventory) {
+// The names of the cookies chosen, sorted. A row is found among the cookies
+// of its single store by its identifying value: the creation time (Chromium)
+// or id (Mozilla) that the fixture makes from each cookie's position.
+std::vector<std::string> recordNames(const CookieInventory& inventory,
+                                     const std::vector<StoredCookie>& stored = exampleCookies()) {
     std::vector<std::string> names;
-    for (const CookieRecord& record : inventory.removalList) {
-        if (const auto* cookie = std::get_if<HttpCookie>(&record)) {
-            names.push_back(cookie->name);
-        } else {
-            const std::string* name = sqlText(std::get<SqlRow>(record).at("name"));
-            names.push_back(name != nullptr ? *name : "NULL");
+    for (const HttpCookie& cookie : inventory.storedCookies) names.push_back(cookie.name);
+    for (const CookieRow& row : inventory.rows) {
+        for (std::size_t i = 0; i < stored.size(); ++i) {
+            const std::string_view key = row.key().value_or("");
+            if (key == std::to_string(chromiumCreationTime(i)) || key == std::to_string(i + 1)) {
+                names.push_back(stored[i].name.value_or("NULL"));
+            }
         }
     }
     std::sort(names.begin(), names.end());
@@ -34,14 +40,13 @@ TEST_F(CookieInventoryTest, CountsEveryUnkeptAndEveryTrackingCookieBeforeDuplica
         CookieInventory all = delegate.cookies(browser, {});
         EXPECT_EQ(all.cookieCount, 20) << browser;
         EXPECT_EQ(all.trackingCount, 5) << browser;
-        EXPECT_EQ(all.removalList.size(), 15u) << browser;
+        EXPECT_EQ(all.rows.size() + all.storedCookies.size(), 15u) << browser;
         EXPECT_EQ(exampleStoreNames(browser).size(), 15u) << browser << ": the inventory changes nothing";
     }
-    // Rows carry every column, integers as decimal text.
+    // Rows keep the host and the identifying value, integers as decimal text.
     CookieInventory chrome = delegate.cookies(kGoogleChrome, {});
-    const SqlRow& row = std::get<SqlRow>(chrome.removalList.front());
-    EXPECT_EQ(row.size(), 19u);
-    EXPECT_EQ(row.at("creation_utc").index(), 1u);
+    EXPECT_EQ(chrome.rows.front().host(), ".news.example.net");
+    EXPECT_EQ(chrome.rows.front().key(), std::to_string(chromiumCreationTime(0)));
 }
 
 TEST_F(CookieInventoryTest, RowsEqualInEveryColumnAreOneRecordAndBrokenProfilesAreSkipped) {
@@ -54,7 +59,7 @@ TEST_F(CookieInventoryTest, RowsEqualInEveryColumnAreOneRecordAndBrokenProfilesA
     CookieInventory inventory = delegate.cookies(kGoogleChrome, {});
     EXPECT_EQ(inventory.cookieCount, 4);
     EXPECT_EQ(inventory.trackingCount, 2);
-    EXPECT_EQ(inventory.removalList.size(), 1u);
+    EXPECT_EQ(inventory.rows.size(), 1u);
     EXPECT_EQ(home.read(chromeCookies("Default")), text);
 }
 
@@ -67,17 +72,19 @@ TEST_F(CookieInventoryTest, FirefoxReadsRealProfileFoldersOnly) {
                                               home.path(std::string(kFirefoxProfiles) + "/linked"));
     CookieInventory inventory = delegate.cookies(kFirefox, {});
     EXPECT_EQ(inventory.cookieCount, 3) << "the link to a profile is not read a second time";
-    EXPECT_EQ(recordNames(inventory), (std::vector<std::string>{"NID", "x"}));
+    ASSERT_EQ(inventory.rows.size(), 2u);
+    EXPECT_EQ(std::set<std::string_view>({inventory.rows[0].host(), inventory.rows[1].host()}),
+              std::set<std::string_view>({".a.com", ".b.com"}));
 }
 
 TEST_F(CookieInventoryTest, HostsThatNameNoSiteAreLeftOut) {
-    writeMozillaCookies(home.path(kCaminoCookies), MozillaCookieSchema::Version2,
-                        {{std::nullopt, "NID"}, {"^abc", "NID"}, {"file:///Users/a", "UID"}, {".a.com", std::nullopt},
-                         {".b.com", "UID"}});
+    const std::vector<StoredCookie> cookies = {
+        {std::nullopt, "NID"}, {"^abc", "NID"}, {"file:///Users/a", "UID"}, {".a.com", std::nullopt}, {".b.com", "UID"}};
+    writeMozillaCookies(home.path(kCaminoCookies), MozillaCookieSchema::Version2, cookies);
     CookieInventory inventory = delegate.cookies(kCamino, {});
     EXPECT_EQ(inventory.cookieCount, 3);
     EXPECT_EQ(inventory.trackingCount, 1);
-    EXPECT_EQ(recordNames(inventory), (std::vector<std::string>{"NULL", "UID"}));
+    EXPECT_EQ(recordNames(inventory, cookies), (std::vector<std::string>{"NULL", "UID"}));
 }
 
 TEST_F(CookieInventoryTest, WebKitAndUnknownNamesReadNothing) {
@@ -86,7 +93,7 @@ TEST_F(CookieInventoryTest, WebKitAndUnknownNamesReadNothing) {
         CookieInventory none = delegate.cookies(browser, {});
         EXPECT_EQ(none.cookieCount, 0) << browser;
         EXPECT_EQ(none.trackingCount, 0) << browser;
-        EXPECT_TRUE(none.removalList.empty()) << browser;
+        EXPECT_TRUE(none.rows.empty() && none.storedCookies.empty()) << browser;
     }
 }
 

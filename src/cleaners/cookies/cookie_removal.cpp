@@ -7,7 +7,7 @@ namespace tasselby {
 
 namespace {
 
-std::string doublingQuotes(const std::string& text) {
+std::string doublingQuotes(std::string_view text) {
     std::string doubled;
     doubled.reserve(text.size() + 2);
     for (char c : text) {
@@ -17,25 +17,19 @@ std::string doublingQuotes(const std::string& text) {
     return doubled;
 }
 
-// The deletion statement of every record that is a row holding both values,
-// in list order: its host and its identifying value, quotes doubled, written
-// into the statement. A record that lacks either value (SQL NULL) gets none:
-// no statement could name it. Built once and sent to every profile; the
-// records are used up, so their rows are freed before the deletions start.
-std::vector<std::string> deletionStatements(std::vector<CookieRecord> records, const char* format,
-                                            const char* hostColumn, const char* keyColumn) {
+// The deletion statement of every row that has an identifying value, in list
+// order: its host and that value, quotes doubled, written into the statement.
+// A row without one (SQL NULL) gets none: no statement could name it. Built
+// once and sent to every profile; each row is freed as its statement is
+// written, so the rows are gone before the deletions start.
+std::vector<std::string> deletionStatements(std::vector<CookieRow> rows, const char* format) {
     std::vector<std::string> statements;
-    statements.reserve(records.size());
-    for (const CookieRecord& record : records) {
-        const SqlRow* row = std::get_if<SqlRow>(&record);
-        if (row == nullptr) continue;
-        auto host = row->find(hostColumn);
-        auto key = row->find(keyColumn);
-        if (host == row->end() || key == row->end()) continue;
-        const std::string* hostText = sqlText(host->second);
-        const std::string* keyText = sqlText(key->second);
-        if (hostText == nullptr || keyText == nullptr) continue;
-        statements.push_back(stringWithFormat(format, {doublingQuotes(*hostText), doublingQuotes(*keyText)}));
+    statements.reserve(rows.size());
+    for (CookieRow& row : rows) {
+        if (std::optional<std::string_view> key = row.key()) {
+            statements.push_back(stringWithFormat(format, {doublingQuotes(row.host()), doublingQuotes(*key)}));
+        }
+        row.release();
     }
     return statements;
 }
@@ -65,19 +59,15 @@ void deleteFromChromiumDatabase(Platform& platform, const std::string& path,
 std::array<long, 2> WorkerAppDelegate::removeCookies(const std::string& browser, const KeepList& keepCookies) {
     CookieInventory inventory = cookies(browser, keepCookies);
     std::array<long, 2> counts{inventory.cookieCount, inventory.trackingCount};
-    std::vector<CookieRecord> removalList = std::move(inventory.removalList);
+    std::vector<CookieRow> rows = std::move(inventory.rows);
 
     if (browser == kSafari) {
-        std::vector<HttpCookie> stored;
-        for (const CookieRecord& record : removalList) {
-            if (const auto* cookie = std::get_if<HttpCookie>(&record)) stored.push_back(*cookie);
-        }
-        deleteSafariCookies(stored);
+        deleteSafariCookies(inventory.storedCookies);
     } else if (browser == kFirefox) {
         // A record does not remember its profile, so the whole list goes to
         // every profile; a row elsewhere with the same host and id goes too.
         std::vector<std::string> statements =
-            deletionStatements(std::move(removalList), kDeleteMozillaCookie, kMozillaHostColumn, kMozillaKeyColumn);
+            deletionStatements(std::move(rows), kDeleteMozillaCookie);
         for (const std::string& folder : firefoxProfileFolders(*this)) {
             std::string path = appendingPathComponent(folder, kMozillaCookieFile);
             if (platform_.fileExists(path)) deleteFromMozillaDatabase(platform_, path, statements);
@@ -85,15 +75,14 @@ std::array<long, 2> WorkerAppDelegate::removeCookies(const std::string& browser,
     } else if (browser == kCamino) {
         std::string path = expandTilde(kCaminoCookieDatabase);
         if (platform_.fileExists(path)) {
-            deleteFromMozillaDatabase(platform_, path, deletionStatements(std::move(removalList), kDeleteMozillaCookie,
-                                                               kMozillaHostColumn, kMozillaKeyColumn));
+            deleteFromMozillaDatabase(platform_, path, deletionStatements(std::move(rows), kDeleteMozillaCookie));
         }
     } else if (isChromiumFamily(browser)) {
         std::vector<std::string> folders = chromiumProfileFolders(*this, browser);
         // Certificates are pruned before any cookie is deleted.
         deleteChromeChannelID(browser, keepCookies);
         std::vector<std::string> statements =
-            deletionStatements(std::move(removalList), kDeleteChromiumCookie, kChromiumHostColumn, kChromiumKeyColumn);
+            deletionStatements(std::move(rows), kDeleteChromiumCookie);
         for (const std::string& folder : folders) {
             deleteFromChromiumDatabase(platform_, appendingPathComponent(folder, kChromiumCookieFile), statements);
         }
