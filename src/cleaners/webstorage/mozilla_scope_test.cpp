@@ -26,19 +26,5 @@ TEST(MozillaScopeTest, FormDecoding) {
     EXPECT_FALSE(MozillaScope::decodedFormText("%zz"));   // not hexadecimal
 }
 
-TEST(MozillaScopeTest, WorkingNames) {
-    const std::vector<std::pair<std::string, std::optional<std::string>>> table = {
-        {"moc.elpmaxe.www.:http:80", "example.com"},
-        {"moc.elpmaxe.www", std::nullopt},
-        {".:http:80", ""},
-        {".www.:http:80", ""},
-        {"p/moc.elpmaxe//x.:http:80", "x//example.com/p"},
-        {"moc.elpmaxe.www//.:http:80", "example.com"},
-        {"//.:http:80", "//"},
-        {"moc.b+a.www//x.:http:80", "a b.com"},
-    };
-    for (const auto& [scope, expected] : table) EXPECT_EQ(MozillaScope::workingName(scope), expected) << scope;
-}
-
 }  // namespace
 }  // namespace tasselby
