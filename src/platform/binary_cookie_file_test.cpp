@@ -62,25 +62,13 @@ TEST(BinaryCookieFile, BuildsTheWorkedExampleByteForByte) {
     ASSERT_TRUE(file);
     ASSERT_EQ(file->cookies().size(), 1u);
     HttpCookie cookie = file->cookies()[0];
-    EXPECT_EQ(cookie.domain, ".example.com");
-    EXPECT_EQ(cookie.name, "sid");
-    EXPECT_EQ(cookie.path, "/");
-    EXPECT_EQ(cookie.value, "abc");
-    EXPECT_EQ(cookie.flags, 1u);
+    EXPECT_EQ(std::tie(cookie.domain, cookie.name, cookie.path, cookie.value, cookie.flags),
+              std::make_tuple(".example.com", "sid", "/", "abc", 1u));
     EXPECT_EQ(cookie.expiresDate, 7.0e8);
     EXPECT_EQ(cookie.creationDate, 6.9e8);
-}
 
-TEST(BinaryCookieFile, RoundTripsByteForByte) {
-    for (const std::string& bytes : {threePages(), BinaryCookieFileBuilder().bytes()}) {
-        auto file = BinaryCookieFile::parse(bytes);
-        ASSERT_TRUE(file);
-        EXPECT_EQ(file->serialize(), bytes);
-    }
-    auto file = BinaryCookieFile::parse(threePages());
-    EXPECT_EQ(names(file->cookies()), (std::vector<std::string>{"sid", "lang", "__utma", "__utmz", "edition", "cart"}));
-    EXPECT_EQ(file->cookies()[2].domain, ".tracker.net");  // read past the port
-    EXPECT_EQ(file->cookies()[2].expiresDate, 8.0e8);
+    std::string empty = BinaryCookieFileBuilder().bytes();
+    EXPECT_EQ(BinaryCookieFile::parse(empty)->serialize(), empty);
 }
 
 // The standard footer (magic, length, property list) and the older one that
@@ -100,6 +88,8 @@ TEST(BinaryCookieFile, RemovingOneCookieKeepsEveryOtherByte) {
         ASSERT_TRUE(file);
         EXPECT_EQ(file->serialize(), bytes);
         std::vector<HttpCookie> before = file->cookies();
+        EXPECT_EQ(names(before), (std::vector<std::string>{"sid", "lang", "__utma", "__utmz", "edition", "cart"}));
+        EXPECT_EQ(before[2].domain, ".tracker.net");  // read past the port
         ASSERT_TRUE(file->remove(before[3]));  // __utmz, in the middle page
 
         std::string written = file->serialize();
