@@ -26,5 +26,13 @@ TEST(MozillaScopeTest, FormDecoding) {
     EXPECT_FALSE(MozillaScope::decodedFormText("%zz"));   // not hexadecimal
 }
 
+// Which names are kept is decided over the cleaner's table; here, the
+// address form's "www." goes before the site rule sees the host.
+TEST(MozillaScopeTest, WorkingNames) {
+    EXPECT_EQ(MozillaScope::workingName("moc.elpmaxe.www//.:http:80"), "example.com");
+    EXPECT_EQ(MozillaScope::workingName("p/moc.elpmaxe//x.:http:80"), "x//example.com/p");
+    EXPECT_EQ(MozillaScope::workingName("moc.elpmaxe.www"), std::nullopt);
+}
+
 }  // namespace
 }  // namespace tasselby
