@@ -18,7 +18,7 @@ TEST(MozillaScopeTest, ReversalMovesWholeCharacters) {
 
 TEST(MozillaScopeTest, FormDecoding) {
     EXPECT_EQ(MozillaScope::decodedFormText("a+b%20c%2B"), "a b c+");
-    EXPECT_EQ(MozillaScope::decodedFormText("%C3%A9"), "\xc3\xa9");
+    EXPECT_EQ(MozillaScope::decodedFormText("%C3%A9%c3%a9"), "\xc3\xa9\xc3\xa9");
     EXPECT_EQ(MozillaScope::decodedFormText(""), "");
     EXPECT_FALSE(MozillaScope::decodedFormText("%FF"));   // not UTF-8
     EXPECT_FALSE(MozillaScope::decodedFormText("%C3"));   // cut sequence
