@@ -13,6 +13,7 @@ packages=(
     nlohmann-json3-dev
     dbus dbus-daemon dbus-bin
     python3 python3-dbus python3-dbusmock
+    clang-14 libclang-rt-14-dev
 )
 
 missing=()

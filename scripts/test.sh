@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, then builds and runs every test twice: a normal
 # build with warnings as errors, and a build under AddressSanitizer and
-# UndefinedBehaviorSanitizer. Exits non-zero on the first failure.
+# UndefinedBehaviorSanitizer; last, every fuzz target runs over its seed
+# corpus. Exits non-zero on the first failure.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -21,3 +22,6 @@ cmake --build build-asan -j"$jobs"
 export ASAN_OPTIONS=halt_on_error=1:detect_leaks=1
 export UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
 ctest --test-dir build-asan --output-on-failure -j"$jobs"
+
+echo "== Fuzz targets over their seed corpora (build-fuzz/)"
+bash scripts/fuzz.sh 0

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 
@@ -31,14 +32,21 @@ TEST_F(DisposalTest, RefusedOverwriteLeavesTheFileWhereItIs) {
     EXPECT_FALSE(home.exists("cache/data")) << "without the switch the file goes plainly";
 }
 
-TEST_F(DisposalTest, LinkIsOverwrittenThroughButOnlyTheLinkIsRemoved) {
+// A link is never overwritten through, whatever it points at: it goes as a
+// link and its target keeps every byte. A named pipe is never opened for
+// writing either, so it stays.
+TEST_F(DisposalTest, LinkGoesAsALinkAndItsTargetKeepsEveryByte) {
     std::string target = home.writeFile("elsewhere/target", std::string(2000, '\xFF'));
     home.makeFolder("cache");
     fs::create_symlink(target, home.path("cache/link"));
-    delegate.dispose(home.path("cache/link"), true);
+    fs::create_symlink(home.path("cache/missing"), home.path("cache/dangling"));
+    ASSERT_EQ(mkfifo(home.path("cache/pipe").c_str(), 0600), 0);
+    for (const char* item : {"cache/link", "cache/dangling", "cache/pipe"}) delegate.dispose(home.path(item), true);
     EXPECT_FALSE(home.exists("cache/link"));
-    ASSERT_TRUE(home.exists("elsewhere/target"));
-    EXPECT_TRUE(testing::isLastPassPattern(home.read("elsewhere/target")));
+    EXPECT_FALSE(fs::is_symlink(home.path("cache/dangling")));
+    EXPECT_TRUE(fs::is_fifo(home.path("cache/pipe")));
+    EXPECT_EQ(home.read("elsewhere/target"), std::string(2000, '\xFF'));
+    EXPECT_TRUE(platform.overwritten.empty());
 }
 
 TEST_F(DisposalTest, RemovalNeverFollowsALinkOutOfTheTree) {

@@ -12,7 +12,8 @@
 namespace {
 
 constexpr int kExitUsage = 64;
-constexpr int kExitRunStopped = 70;  // EX_SOFTWARE
+constexpr int kExitRunStopped = 70;   // EX_SOFTWARE
+constexpr int kExitRunDeferred = 75;  // EX_TEMPFAIL: try again later
 
 void printUsage() {
     std::printf(
@@ -55,6 +56,9 @@ int main(int argc, char* argv[]) {
     try {
         delegate.awakeFromNib();
         delegate.applicationDidFinishLaunching();
+    } catch (const tasselby::RunDeferred& deferred) {
+        std::fprintf(stderr, "tasselby-worker: run stopped, try again later: %s\n", deferred.what());
+        return kExitRunDeferred;
     } catch (const tasselby::RunStopped& stopped) {
         std::fprintf(stderr, "tasselby-worker: run stopped: %s\n", stopped.what());
         return kExitRunStopped;

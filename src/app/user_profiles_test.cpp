@@ -16,9 +16,12 @@ protected:
     WorkerAppDelegate delegate{platform};
 };
 
-// Only an exact "Google Chrome" reads Chrome's file; every other name reads Chromium's.
+// Only an exact "Google Chrome" reads Chrome's file; every other name reads
+// Chromium's. Keys that are no plain folder name are no profiles.
 TEST_F(UserProfilesTest, ProfilesInFileOrderWithoutNamelessOnes) {
-    home.writeLocalState(testing::kChromeRoot, {{"Profile 3", "Work"}, {"Guest", ""}, {"Default", "Person 1"}});
+    home.writeLocalState(testing::kChromeRoot, {{"Profile 3", "Work"}, {"Guest", ""}, {"..", "Up"}, {"", "Empty"},
+                                                {".", "Here"}, {"/", "Root"}, {"Default/../../..", "Escape"},
+                                                {"Default", "Person 1"}});
     home.writeLocalState(testing::kChromiumRoot, {{"Profile 1", "Chromium person"}});
     EXPECT_EQ(delegate.userProfiles("Google Chrome"), (ProfileMap{{"Profile 3", "Work"}, {"Default", "Person 1"}}));
     for (const char* other : {"Chromium", "Opera", "google chrome"}) {
@@ -32,6 +35,14 @@ TEST_F(UserProfilesTest, UnusableDocumentsGiveAnEmptyMap) {
         home.writeFile(std::string(testing::kChromiumRoot) + "/Local State", text);
         EXPECT_TRUE(delegate.userProfiles("Chromium").empty()) << text;
     }
+}
+
+// A name that is not text is shown by its kind, never rendered level by level.
+TEST_F(UserProfilesTest, NamesThatAreNotTextAreNotRenderedWhole) {
+    std::string deep = std::string(200000, '[') + std::string(200000, ']');
+    EXPECT_EQ(WorkerAppDelegate::profilesInLocalState(
+                  R"({"profile": {"info_cache": {"A": {"name": )" + deep + R"(}, "B": {"name": 7}}}})"),
+              (ProfileMap{{"A", "array"}, {"B", "7"}}));
 }
 
 TEST_F(UserProfilesTest, MissingLocalStateStopsTheRun) {

@@ -51,6 +51,10 @@ public:
     // --- Profiles --------------------------------------------------------
     // Throws RunStopped when the browser's "Local State" file cannot be read.
     ProfileMap userProfiles(const std::string& browser);
+    // The profile map of a "Local State" document; empty for text that is not
+    // such a document. Only keys that are plain folder names (isFolderName)
+    // are in it, so that no cleaner builds a path out of a profile's folder.
+    static ProfileMap profilesInLocalState(const std::string& text);
 
     // --- Keep list -------------------------------------------------------
     KeepList getSmartFavouritesArray();

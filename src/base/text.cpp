@@ -75,6 +75,10 @@ std::string appendingPathComponent(std::string_view path, std::string_view compo
     return base;
 }
 
+bool isFolderName(std::string_view name) {
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos;
+}
+
 std::string lastPathComponent(std::string_view path) {
     path = withoutTrailingSlashes(path);
     if (path == "/") return "/";

@@ -1,6 +1,7 @@
 #include <set>
 
 #include "base/text.h"
+#include "app/run_stopped.h"
 #include "app/worker_app_delegate.h"
 #include "keep/worker_extras.h"
 
@@ -47,7 +48,14 @@ void addFirefoxLoginSites(const std::string& signons, std::set<std::string>& sit
 
 KeepList WorkerAppDelegate::getSmartFavouritesArray() {
     std::set<std::string> sites;
-    std::optional<std::vector<KeychainAttributes>> accounts = WorkerExtras::allAccounts(platform_);
+    std::optional<KeychainError> error;
+    std::optional<std::vector<KeychainAttributes>> accounts = WorkerExtras::allAccounts(platform_, &error);
+    // Saved passwords that are there but cannot be read must not read as
+    // none: every site's data would go. No keyring at all is no list.
+    if (error && error->code == kErrSecInteractionNotAllowed) throw RunDeferred("the keyring is locked");
+    if (error && error->code == kErrSecDataNotAvailable) {
+        throw RunDeferred("the keyring did not give the attributes of every saved password");
+    }
     if (!accounts) return {};
     for (const KeychainAttributes& attributes : *accounts) {
         auto type = attributes.find(kSecAttrAuthenticationType);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "app/run_stopped.h"
 #include "app/worker_app_delegate.h"
 #include "platform/fake_platform.h"
 #include "support/password_stores.h"
@@ -39,10 +40,22 @@ TEST_F(KeepListTest, KeychainKeepsFormPasswordSitesOnce) {
     EXPECT_TRUE(platform.keychainQueries.front().matchLimitAll);
 }
 
-TEST_F(KeepListTest, FailedSearchOrMissingProfilesKeepNothing) {
+TEST_F(KeepListTest, FailedSearchKeepsNothingUnlessSavedPasswordsAreUnreadable) {
+    // Saved passwords that are there but unreadable stop the run: a partial or
+    // empty list would remove the data of sites the user keeps.
+    const struct {
+        std::int32_t status;
+        bool stops;
+    } kCases[] = {{kErrSecNotAvailable, false}, {kErrSecInteractionNotAllowed, true}, {kErrSecDataNotAvailable, true}};
     platform.keychainItems = {{{"srvr", "www.example.com"}, {"atyp", "form"}}};
-    platform.keychainStatus = -25291;
-    EXPECT_TRUE(delegate.getSmartFavouritesArray().empty());
+    for (const auto& [status, stops] : kCases) {
+        platform.keychainStatus = status;
+        if (stops) {
+            EXPECT_THROW(delegate.getSmartFavouritesArray(), RunDeferred) << status;
+        } else {
+            EXPECT_TRUE(delegate.getSmartFavouritesArray().empty()) << status;
+        }
+    }
     platform.keychainStatus = kErrSecSuccess;
     platform.keychainItems.clear();
     EXPECT_TRUE(delegate.getSmartFavouritesArray().empty());

@@ -6,20 +6,12 @@
 
 #include <cerrno>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+
+#include "platform/posix_files.h"
 
 namespace tasselby {
 
 namespace {
-
-std::optional<std::string> readBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return std::nullopt;
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad()) return std::nullopt;
-    return bytes;
-}
 
 bool writeAll(int fd, const std::string& bytes) {
     std::size_t done = 0;
@@ -63,7 +55,7 @@ bool replaceFile(const std::string& path, const std::string& bytes) {
 BinaryCookieFile* BinaryCookieStorage::file() {
     if (!loaded_) {
         loaded_ = true;
-        if (std::optional<std::string> bytes = readBytes(path_)) {
+        if (std::optional<std::string> bytes = PosixFiles::readWholeFile(path_)) {
             file_ = BinaryCookieFile::parse(*bytes);
             if (file_) original_ = std::move(*bytes);
         }
@@ -86,7 +78,7 @@ void BinaryCookieStorage::flush() {
     changed_ = false;
     // Someone else wrote the file since it was read: writing the held copy
     // back would throw their cookies away, so the deletions are dropped.
-    if (readBytes(path_) != original_) return;
+    if (PosixFiles::readWholeFile(path_) != original_) return;
     std::string bytes = file_->serialize();
     if (replaceFile(path_, bytes)) original_ = std::move(bytes);
 }

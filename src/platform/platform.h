@@ -67,6 +67,15 @@ struct KeychainSearchResult {
 inline constexpr const char* kSecClassInternetPassword = "inet";
 inline constexpr std::int32_t kErrSecSuccess = 0;
 inline constexpr std::int32_t kErrSecItemNotFound = -25300;
+// No keyring can be asked: no session bus, no keyring service on it, or a
+// service that did not answer the search in time.
+inline constexpr std::int32_t kErrSecNotAvailable = -25291;
+// The search found items of a locked keyring: they are there, but their
+// attributes cannot be read without unlocking it, which is never asked for.
+inline constexpr std::int32_t kErrSecInteractionNotAllowed = -25308;
+// The search was answered but not the attributes of every item found; a
+// partial answer is never given.
+inline constexpr std::int32_t kErrSecDataNotAvailable = -25316;
 
 // The keychain's four-letter attribute codes that a search answers.
 inline constexpr const char* kSecAttrServer = "srvr";
@@ -144,14 +153,18 @@ public:
     // Entry names one level deep, in listing order, without "." and "..";
     // empty for a missing or unreadable folder.
     virtual std::vector<std::string> contentsOfDirectory(const std::string& path) = 0;
-    // Whole file as UTF-8 text; nothing when missing, unreadable or not valid UTF-8.
+    // Whole file as UTF-8 text; nothing when missing, unreadable or not valid
+    // UTF-8. Only a regular file of a bounded size is read (a named pipe or a
+    // device reads as unreadable) and the read never waits.
     virtual std::optional<std::string> readUtf8File(const std::string& path) = 0;
     // Removes a file, a link (never its target) or a folder with everything
     // in it. Errors are ignored; answers whether the item is gone.
     virtual bool removeItem(const std::string& path) = 0;
 
     // --- Overwriting (the system calls of secure deletion) ---------------
-    // Opens an existing file read-write: no create, truncate, append or sync flag. -1 on failure.
+    // Opens an existing regular file read-write: no create, truncate, append or
+    // sync flag, and never through a final symbolic link. -1 on failure and for
+    // anything that is not a regular file.
     virtual int openForOverwrite(const std::string& path) = 0;
     // The size that fstat reports, or nothing when it fails.
     virtual std::optional<std::uint64_t> sizeOfOpenFile(int fd) = 0;

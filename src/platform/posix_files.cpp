@@ -74,24 +74,40 @@ std::vector<std::string> PosixFiles::contentsOfDirectory(const std::string& path
     return names;
 }
 
-std::optional<std::string> PosixFiles::readUtf8File(const std::string& path) {
+std::optional<std::string> PosixFiles::readWholeFile(const std::string& path) {
     if (path.empty()) return std::nullopt;
-    int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    // Without O_NONBLOCK, opening a named pipe would wait for a writer that
+    // never comes; fstat on what was opened (not on the name, which may
+    // change in between) then admits regular files only, so a device such as
+    // /dev/zero is never read without end.
+    int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) return std::nullopt;
-    std::string text;
+    struct stat st;
+    if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || static_cast<std::uint64_t>(st.st_size) > kMaxWholeFileSize) {
+        close(fd);
+        return std::nullopt;
+    }
+    std::string bytes;
+    bytes.reserve(static_cast<std::size_t>(st.st_size));
     char buffer[65536];
     for (;;) {
         ssize_t n = read(fd, buffer, sizeof buffer);
         if (n < 0 && errno == EINTR) continue;
-        if (n < 0) {
+        // A file that grows past the bound while it is read is refused too.
+        if (n < 0 || bytes.size() + static_cast<std::size_t>(n) > kMaxWholeFileSize) {
             close(fd);
             return std::nullopt;
         }
         if (n == 0) break;
-        text.append(buffer, static_cast<std::size_t>(n));
+        bytes.append(buffer, static_cast<std::size_t>(n));
     }
     close(fd);
-    if (!isValidUtf8(text)) return std::nullopt;
+    return bytes;
+}
+
+std::optional<std::string> PosixFiles::readUtf8File(const std::string& path) {
+    std::optional<std::string> text = readWholeFile(path);
+    if (!text || !isValidUtf8(*text)) return std::nullopt;
     return text;
 }
 
@@ -111,7 +127,17 @@ bool PosixFiles::removeItem(const std::string& givenPath) {
 }
 
 int PosixFiles::openForOverwrite(const std::string& path) {
-    return open(path.c_str(), O_RDWR);
+    // O_NOFOLLOW: a final symbolic link is refused (ELOOP), so the overwrite
+    // never writes into whatever a link points at. O_NONBLOCK keeps a named
+    // pipe from holding the open; only a regular file is ever handed out.
+    int fd = open(path.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return -1;
+    struct stat st;
+    if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        close(fd);
+        return -1;
+    }
+    return fd;
 }
 
 std::optional<std::uint64_t> PosixFiles::sizeOfOpenFile(int fd) {

@@ -1,6 +1,7 @@
 #include "platform/posix_files.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 
@@ -42,7 +43,26 @@ TEST_F(PosixFilesTest, MissingItemsAreReportedAndNothingElseHappens) {
     EXPECT_FALSE(PosixFiles::removeItem(tree.path("missing")));
     EXPECT_FALSE(PosixFiles::removeItem(""));
     EXPECT_TRUE(PosixFiles::contentsOfDirectory(tree.path("missing")).empty());
-    EXPECT_FALSE(PosixFiles::readUtf8File(tree.path("missing")).has_value());
+}
+
+// Only a regular file up to the bound is read, through a link or not; a named
+// pipe without a writer, a device and a folder answer nothing at once. None
+// of those, nor a link, is ever opened for overwriting.
+TEST_F(PosixFilesTest, WholeFileReadsTakeOnlyRegularFilesOfABoundedSize) {
+    tree.writeFile("text", "text");
+    fs::create_symlink(tree.path("text"), tree.path("link-to-text"));
+    ASSERT_EQ(mkfifo(tree.path("pipe").c_str(), 0600), 0);
+    fs::create_symlink("/dev/zero", tree.path("zero"));
+    tree.makeFolder("folder");
+    fs::resize_file(tree.writeFile("huge"), PosixFiles::kMaxWholeFileSize + 1);
+    EXPECT_EQ(PosixFiles::readWholeFile(tree.path("link-to-text")), "text");
+    for (const char* item : {"missing", "pipe", "zero", "folder", "huge"}) {
+        EXPECT_FALSE(PosixFiles::readWholeFile(tree.path(item)).has_value()) << item;
+        EXPECT_FALSE(PosixFiles::readUtf8File(tree.path(item)).has_value()) << item;
+    }
+    for (const char* item : {"pipe", "zero", "folder", "link-to-text"}) {
+        EXPECT_LT(PosixFiles::openForOverwrite(tree.path(item)), 0) << item;
+    }
 }
 
 TEST_F(PosixFilesTest, TextMustBeWellFormedUtf8) {

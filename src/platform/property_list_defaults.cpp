@@ -19,17 +19,10 @@ using PlistPtr = std::unique_ptr<void, PlistFree>;
 // Reads the file's bytes and lets libplist tell binary from XML. Kept in one
 // place because the parser's signature changed in later libplist releases.
 PlistPtr readPropertyList(const std::string& path) {
-    FILE* file = std::fopen(path.c_str(), "rb");
-    if (file == nullptr) return nullptr;
-    std::string bytes;
-    char buffer[16384];
-    std::size_t n;
-    while ((n = std::fread(buffer, 1, sizeof buffer, file)) > 0) bytes.append(buffer, n);
-    bool failed = std::ferror(file) != 0;
-    std::fclose(file);
-    if (failed || bytes.empty() || bytes.size() > std::numeric_limits<uint32_t>::max()) return nullptr;
+    std::optional<std::string> bytes = PosixFiles::readWholeFile(path);
+    if (!bytes || bytes->empty() || bytes->size() > std::numeric_limits<uint32_t>::max()) return nullptr;
     plist_t root = nullptr;
-    plist_from_memory(bytes.data(), static_cast<uint32_t>(bytes.size()), &root);
+    plist_from_memory(bytes->data(), static_cast<uint32_t>(bytes->size()), &root);
     return PlistPtr(root);
 }
 

@@ -1,35 +1,36 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
 
 #include "platform/platform.h"
 
 namespace tasselby {
 
-// Answered when no keyring can be asked: no session bus, no Secret Service
-// on it, or a service that did not answer within the time limit.
-inline constexpr std::int32_t kErrSecNotAvailable = -25291;
-
 // The keychain search over the Secret Service (the desktop keyring), which
-// keeps internet passwords as items of the network-password schema. Only the
-// items' attributes are ever asked for: no session for secrets is opened and
-// no secret crosses the bus. Attributes come back under the keychain's codes
+// keeps internet passwords as items of the network-password schema. One
+// search over the service, then the attributes of every item found, asked
+// for all at once on one private bus connection. Only attributes are ever
+// asked for: no session for secrets is opened, no secret crosses the bus,
+// nothing is unlocked. Attributes come back under the keychain's codes
 // (server "srvr", authtype "atyp", protocol "ptcl", user "acct", port
 // "port"); a query's service filters on the server and its account on the
-// user. Items of a locked keyring show no readable attributes and are left
-// out. No items: kErrSecItemNotFound.
+// user. No items: kErrSecItemNotFound.
 class SecretServiceKeychain {
 public:
-    explicit SecretServiceKeychain(std::chrono::milliseconds timeLimit = std::chrono::seconds(2))
-        : timeLimit_(timeLimit) {}
+    explicit SecretServiceKeychain(std::chrono::milliseconds searchLimit = std::chrono::seconds(2),
+                                   std::chrono::milliseconds attributesLimit = std::chrono::seconds(30))
+        : searchLimit_(searchLimit), attributesLimit_(attributesLimit) {}
 
-    // Never takes much longer than the time limit: a service that owns its
-    // name but never answers is abandoned with kErrSecNotAvailable.
+    // Connecting and searching never take much longer than the search limit:
+    // a service that owns its name but never answers is abandoned with
+    // kErrSecNotAvailable. Once the search is answered, the items'
+    // attributes get the attributes limit, past which the answer is
+    // kErrSecDataNotAvailable.
     KeychainSearchResult copyMatching(const KeychainQuery& query) const;
 
 private:
-    std::chrono::milliseconds timeLimit_;
+    std::chrono::milliseconds searchLimit_;
+    std::chrono::milliseconds attributesLimit_;
 };
 
 }  // namespace tasselby

@@ -19,6 +19,8 @@ constexpr unsigned char kPhaseOneByte = 0x55;
 constexpr unsigned char kPhaseTwoByte = 0xAA;
 // Random bytes are taken modulo this, so 0xFF never appears in the last pass.
 constexpr unsigned kRandomModulus = 255;
+// Writes in a row that take no byte before a pass gives up.
+constexpr int kMaxStalledWrites = 4;
 
 // A seed from the system's random source. getrandom cannot throw, unlike
 // std::random_device; should the source fail, the clock and the process id
@@ -94,21 +96,36 @@ bool SecureDelete::wipe(Platform& platform, const std::string& path, int phase) 
 
     // Only the low 32 bits of the size count. A failed write's -1 is
     // subtracted as it stands: the loop runs until the count is exactly 0.
+    // Writes that keep failing (a full disk under a sparse file, an I/O
+    // error) would make that wait endless, so a run of writes that take
+    // nothing ends the pass with NO, and the file is not removed.
     std::uint32_t remaining = static_cast<std::uint32_t>(*size);
+    int stalled = 0;
     while (remaining != 0) {
         std::uint32_t chunk = std::min<std::uint32_t>(remaining, kPassBufferSize);
-        remaining -= static_cast<std::uint32_t>(platform.writeToFile(fd, buffer, chunk));
+        long written = platform.writeToFile(fd, buffer, chunk);
+        remaining -= static_cast<std::uint32_t>(written);
+        stalled = written > 0 ? 0 : stalled + 1;
+        if (stalled == kMaxStalledWrites) {
+            platform.closeFile(fd);
+            return false;
+        }
     }
     return platform.closeFile(fd);
 }
 
 bool SecureDelete::wipe(Platform& platform, const std::string& path) {
+    // A link holds none of the data: there is nothing of ours to overwrite,
+    // and its target, wherever it is, is never written. Its removal then
+    // takes the link alone.
+    if (platform.fileType(path) == FileType::SymbolicLink) return true;
     if (!platform.fileExists(path)) return true;
     if (platform.isDirectory(path)) return walkFolder(platform, path, path);
     return threePasses(platform, path);
 }
 
 bool SecureDelete::wipeContentsofDir(Platform& platform, const std::string& path) {
+    if (platform.fileType(path) == FileType::SymbolicLink) return true;
     if (!platform.fileExists(path)) return true;
     return threePasses(platform, path);
 }

@@ -12,11 +12,14 @@ class SecureDelete {
 public:
     SecureDelete() = delete;
 
-    // One overwrite pass (phase 1, 2 or 3) over the file at path.
+    // One overwrite pass (phase 1, 2 or 3) over the regular file at path,
+    // never through a final link. NO when the file cannot be opened or its
+    // writes stop making progress.
     static bool wipe(Platform& platform, const std::string& path, int phase);
-    // The three passes over a file; a folder is walked without writing.
+    // The three passes over a file; a folder is walked without writing; a
+    // symbolic link answers YES without any write, so that only the link goes.
     static bool wipe(Platform& platform, const std::string& path);
-    // The three passes over the one file at path.
+    // The three passes over the one file at path (a link: YES, unwritten).
     static bool wipeContentsofDir(Platform& platform, const std::string& path);
 };
 

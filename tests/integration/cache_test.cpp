@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "base/names.h"
+#include "base/text.h"
 #include "integration/worker_run.h"
 #include "support/busy_executable.h"
 #include "support/cache_trees.h"
@@ -46,6 +47,8 @@ TEST(ChromeCaches, MissingProfileListStopsTheRunBeforeAnyRemoval) {
 // system's temporary folders. With the switch on, a file is overwritten where
 // it lies: a second hard link outside the removed tree shows the last pass,
 // and a running program's copy, which cannot be opened for writing, stays.
+// Nothing is overwritten through a symbolic link: a linked local-storage file
+// and cookie property list go as links, their targets keeping every byte.
 TEST(SecureCaches, SafariRunRemovesItsCachesAndOverwritesWhatItCanOpen) {
     CacheRun cache;
     const SampleHome& home = cache.run.home();
@@ -54,6 +57,16 @@ TEST(SecureCaches, SafariRunRemovesItsCachesAndOverwritesWhatItCanOpen) {
     std::filesystem::remove(cacheDb);
     std::filesystem::create_hard_link(keeper, cacheDb);
     BusyExecutable busy(home.path("Library/Cookies/Cookies.plist"));
+    TemporaryFolder outsideFolder{"tasselby-outside"};
+    SampleHome outside{outsideFolder.path()};
+    const std::string linked[] = {"Library/Safari/LocalStorage/http_example.org_0.localstorage",
+                                  "Library/Cookies/HSTS.plist"};
+    for (const std::string& item : linked) {
+        std::string target = outside.writeFile(lastPathComponent(item), std::string(5000, '\xFF'));
+        std::filesystem::remove(home.path(item));
+        home.makeFolder(item.substr(0, item.rfind('/')));
+        std::filesystem::create_symlink(target, home.path(item));
+    }
 
     WorkerResult result = cache.start(kSafari, true);
     EXPECT_EQ(result.exitStatus, 0);
@@ -72,6 +85,10 @@ TEST(SecureCaches, SafariRunRemovesItsCachesAndOverwritesWhatItCanOpen) {
     EXPECT_EQ(bytes.size(), 5000u);
     EXPECT_TRUE(isLastPassPattern(bytes));
     EXPECT_EQ(home.read("Library/Cookies/Cookies.plist"), busy.contents());
+    for (const std::string& item : linked) {
+        EXPECT_FALSE(home.exists(item)) << item;
+        EXPECT_EQ(outside.read(lastPathComponent(item)), std::string(5000, '\xFF')) << item;
+    }
 }
 
 }  // namespace

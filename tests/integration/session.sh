@@ -6,7 +6,8 @@
 # works as root.
 #
 #   session.sh --home DIR --work DIR --out DIR [--no-notifications]
-#              [--keyring ITEMS] [--lock-keyring] [--monitor] -- COMMAND [ARG...]
+#              [--keyring ITEMS] [--bulk-keyring COUNT] [--lock-keyring]
+#              [--fake-keyring MODE:ITEMS] [--monitor] -- COMMAND [ARG...]
 #
 # COMMAND runs with HOME=DIR, the working folder as its current folder and
 # standard input closed. Into the --out folder (made if missing) go:
@@ -18,6 +19,10 @@
 #   services.log               what the started services printed
 # ITEMS is a file of keyring items, one a line, fields separated by the
 # character 0x1f: server, authtype, protocol, user, port (empty fields are left out).
+# --bulk-keyring adds COUNT form passwords for www.site1.com, www.site2.com, ...
+# (https, user alice), written as unencrypted keyring files before the keyring
+# starts: storing thousands of items through the service takes minutes.
+# --fake-keyring starts fake_keyring.py MODE ITEMS in the keyring's place.
 #
 # Every process started here is ended before the script returns; nothing is
 # written outside the home and the --out folder. Exit status 0 when COMMAND
@@ -31,7 +36,9 @@ readonly kNotifications="org.freedesktop.Notifications"
 readonly kSecrets="org.freedesktop.secrets"
 readonly kLoginCollection="/org/freedesktop/secrets/collection/login"
 
-home="" work="" out="" notifications=1 keyring="" lock=0 monitor=0
+readonly kBulkItemsPerFile=100  # the keyring reads a file in time quadratic in its size
+
+home="" work="" out="" notifications=1 keyring="" bulk=0 fake="" lock=0 monitor=0
 original=("$@")
 while (($#)); do
     case "$1" in
@@ -40,6 +47,8 @@ while (($#)); do
         --out) out=$2; shift 2 ;;
         --no-notifications) notifications=0; shift ;;
         --keyring) keyring=$2; shift 2 ;;
+        --bulk-keyring) bulk=$2; shift 2 ;;
+        --fake-keyring) fake=$2; shift 2 ;;
         --lock-keyring) lock=1; shift ;;
         --monitor) monitor=1; shift ;;
         --) shift; break ;;
@@ -72,6 +81,8 @@ if [[ -z ${TASSELBY_INSIDE_SESSION:-} ]]; then
   <listen>unix:tmpdir=/tmp</listen>
   <auth>EXTERNAL</auth>
   <servicedir>$out/no-services</servicedir>
+  <!-- As on a desktop session bus: one connection may wait for many answers. -->
+  <limit name="max_replies_per_connection">50000</limit>
   <policy context="default">
     <allow send_destination="*" eavesdrop="true"/>
     <allow eavesdrop="true"/>
@@ -125,6 +136,31 @@ if ((notifications)); then
     waitForName "$kNotifications"
 fi
 
+if ((bulk)); then
+    mkdir -p "$XDG_DATA_HOME/keyrings"
+    awk -v count="$bulk" -v per="$kBulkItemsPerFile" -v folder="$XDG_DATA_HOME/keyrings" 'BEGIN {
+        for (item = 1; item <= count; item++) {
+            if ((item - 1) % per == 0) {
+                if (file != "") close(file)
+                file = sprintf("%s/bulk%d.keyring", folder, (item - 1) / per)
+                printf "[keyring]\ndisplay-name=bulk\nctime=0\nmtime=0\nlock-on-idle=false\nlock-after=false\n" >file
+            }
+            printf "\n[%d]\nitem-type=2\ndisplay-name=www.site%d.com\nsecret=secret-%d\nmtime=0\nctime=0\n", item, item, item >file
+            split("xdg:schema server authtype protocol user", names, " ")
+            split("org.gnome.keyring.NetworkPassword www.site" item ".com form https alice", values, " ")
+            for (index_ = 1; index_ <= 5; index_++)
+                printf "\n[%d:attribute%d]\nname=%s\ntype=string\nvalue=%s\n", item, index_ - 1, names[index_], values[index_] >file
+        }
+    }'
+    [[ -n $keyring ]] || keyring=/dev/null
+fi
+
+if [[ -n $fake ]]; then
+    /usr/bin/python3 "$(dirname "$0")/fake_keyring.py" "${fake%%:*}" "${fake#*:}" >>"$out/services.log" 2>&1 &
+    started+=($!)
+    waitForName "$kSecrets"
+fi
+
 if [[ -n $keyring ]]; then
     # A non-empty password on standard input creates the "login" keyring,
     # unlocked, as the default collection.
@@ -141,6 +177,15 @@ if [[ -n $keyring ]]; then
         printf %s "secret-for-$server" |
             timeout "$kServiceWait" secret-tool store --label="$server" "${attributes[@]}"
     done <"$keyring"
+    if ((bulk)); then
+        # Keyrings without a password open without a prompt, but only when asked.
+        collections=()
+        for ((file = 0; file * kBulkItemsPerFile < bulk; file++)); do
+            collections+=("'/org/freedesktop/secrets/collection/bulk$file'")
+        done
+        timeout "$kServiceWait" gdbus call --session --dest "$kSecrets" --object-path /org/freedesktop/secrets \
+            --method org.freedesktop.Secret.Service.Unlock "[$(IFS=,; echo "${collections[*]}")]" >/dev/null
+    fi
     if ((lock)); then
         # secret-tool's own lock hangs here; the service's Lock method does not.
         timeout "$kServiceWait" gdbus call --session --dest "$kSecrets" --object-path /org/freedesktop/secrets \

@@ -78,6 +78,11 @@ WorkerRun& WorkerRun::withKeyring(std::vector<KeychainItem> items) {
     return *this;
 }
 
+WorkerRun& WorkerRun::withFakeKeyring(const std::string& mode, long items) {
+    fakeKeyring_ = mode + ":" + std::to_string(items);
+    return *this;
+}
+
 WorkerRun& WorkerRun::withLockedKeyring() {
     keyring_ = true;
     lockKeyring_ = true;
@@ -115,6 +120,7 @@ WorkerResult WorkerRun::runProgram(const std::vector<std::string>& program) {
         writeKeyringItems(itemsFile, items_);
         command.insert(command.end(), {"--keyring", itemsFile});
     }
+    if (!fakeKeyring_.empty()) command.insert(command.end(), {"--fake-keyring", fakeKeyring_});
     if (lockKeyring_) command.push_back("--lock-keyring");
     if (monitor_) command.push_back("--monitor");
     command.push_back("--");

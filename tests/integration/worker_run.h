@@ -50,6 +50,11 @@ public:
     WorkerRun& withKeyring(std::vector<KeychainItem> items = {});
     // Leaves the keyring locked after seeding it.
     WorkerRun& withLockedKeyring();
+    // A keyring service of our own instead, holding form passwords for
+    // www.site1.com ... www.siteITEMS.com: "answer" answers everything,
+    // "search" never answers the search, "attributes" never answers the last
+    // item's attributes.
+    WorkerRun& withFakeKeyring(const std::string& mode, long items = 3);
     // Runs without a notification service on the bus.
     WorkerRun& withoutNotificationService();
     // Records the session bus traffic into WorkerResult::busLog.
@@ -67,6 +72,7 @@ private:
     SampleHome home_{homeFolder_.path()};
     bool keyring_ = false;
     bool lockKeyring_ = false;
+    std::string fakeKeyring_;
     bool notificationService_ = true;
     bool monitor_ = false;
     std::vector<KeychainItem> items_;

@@ -26,11 +26,6 @@ std::vector<std::string> visibleEntries(const PluginTree& tree, const std::strin
     return names;
 }
 
-// A group name that names one folder inside "g": an empty or missing name
-// would stand for "g" itself, and a name with "/" or ".." for somewhere else.
-bool isGroupFolderName(const std::optional<std::string>& name) {
-    return name && !name->empty() && *name != "." && *name != ".." && name->find('/') == std::string::npos;
-}
 
 }  // namespace
 
@@ -50,8 +45,12 @@ long WorkerAppDelegate::removeSilverlight(const KeepList& keep) {
                 std::string stores = appendingPathComponent(level3, kStoresFolder);
                 for (const std::string& storeName : visibleEntries(tree, stores)) {
                     std::string store = appendingPathComponent(stores, storeName);
-                    std::optional<std::string> identity = tree.read(appendingPathComponent(store, kIdentityFile));
-                    std::optional<std::string> group = tree.read(appendingPathComponent(store, kGroupFile));
+                    // The store folder itself may be a link: its two files are
+                    // read through it (reading does no harm), and its removal
+                    // takes the link. Links inside the store are not followed.
+                    PluginTree storeTree(*this, store, secureDelete);
+                    std::optional<std::string> identity = storeTree.read(appendingPathComponent(store, kIdentityFile));
+                    std::optional<std::string> group = storeTree.read(appendingPathComponent(store, kGroupFile));
                     std::optional<std::string> site =
                         identity ? WorkerExtras::siteWithDomainName(*identity) : std::nullopt;
                     // A store that cannot say whose it is stops the whole run
@@ -61,7 +60,8 @@ long WorkerAppDelegate::removeSilverlight(const KeepList& keep) {
 
                     removed.insert(*site);
                     tree.dispose(store);
-                    if (isGroupFolderName(group)) {
+                    // Only a group name that names one folder inside "g" takes it away.
+                    if (group && isFolderName(*group)) {
                         tree.dispose(appendingPathComponent(appendingPathComponent(level3, kGroupsFolder), *group));
                     }
                     // Once a store folder is empty the plug-in's whole folder

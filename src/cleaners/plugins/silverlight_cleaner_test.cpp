@@ -85,10 +85,14 @@ TEST_F(SilverlightCleanerTest, LinksAreNotFollowedOutOfTheTree) {
     tree.addStore(kOtherLevels, "store3", "kept.com", "group3");
     fs::remove_all(home.path(linked.group));
     fs::create_directory_symlink(elsewhere.path("group"), home.path(linked.group));
+    // A store folder that is a link is read through and goes as a link.
+    std::string linkedStore = std::string(testing::kSilverlightStorage) + "/" + kOtherLevels + "/s/store4";
+    fs::create_directory_symlink(elsewhere.path(foreign.store), home.path(linkedStore));
     platform.setBool("secureDeleteData", true);
 
-    EXPECT_EQ(delegate.removeSilverlight({"kept.com"}), 1);
-    EXPECT_TRUE(elsewhere.exists(foreign.store + "/id.dat"));
+    EXPECT_EQ(delegate.removeSilverlight({"kept.com"}), 2);
+    EXPECT_FALSE(fs::is_symlink(home.path(linkedStore)));
+    EXPECT_EQ(elsewhere.read(foreign.store + "/id.dat"), "victim.com");
     EXPECT_EQ(elsewhere.read("group/data.bin"), "precious");
     EXPECT_FALSE(home.exists(linked.group));
     EXPECT_TRUE(platform.overwritten.empty());

@@ -1,0 +1,20 @@
+// Site names: any bytes as a host name. The site, when there is one, is the
+// end of the lower-cased name and comes out the same every time.
+#include <cstdlib>
+#include <string>
+
+#include "fuzz_input.h"
+#include "keep/worker_extras.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    std::string host(tasselby::fuzz::text(data, size));
+    std::optional<std::string> site = tasselby::WorkerExtras::siteWithDomainName(host);
+    if (!site) return 0;
+    std::string lower = host;
+    for (char& c : lower) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    if (!lower.ends_with(*site)) std::abort();
+    if (tasselby::WorkerExtras::siteWithDomainName(host) != site) std::abort();
+    return 0;
+}
