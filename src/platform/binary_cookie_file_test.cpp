@@ -189,14 +189,19 @@ TEST(BinaryCookieFile, RejectsFilesThatCannotBeReadWhole) {
 
 TEST(BinaryCookieFile, RejectsOverlappingRecords) {
     // Two offset-table entries pointing at the same record.
+    // The file header (magic, page count, one page size) is 12 bytes; the
+    // checksum and the footer follow the page. Only the overlap is wrong in
+    // the forged file: the same bytes with distinct offsets still parse.
     std::string bytes = BinaryCookieFileBuilder().page({{".a.com", "x"}, {".b.com", "y"}}).bytes();
-    std::string page = bytes.substr(16, bytes.size() - 16 - 83);
-    std::string same = patched(page, 12, page.substr(8, 4));
-    std::uint32_t sum = BinaryCookieFile::pageChecksum(same);
-    std::string checksum{static_cast<char>(sum >> 24), static_cast<char>(sum >> 16), static_cast<char>(sum >> 8),
-                         static_cast<char>(sum)};
-    std::string forged = bytes.substr(0, 16) + same + checksum + bytes.substr(bytes.size() - 79);
-    EXPECT_FALSE(BinaryCookieFile::parse(forged));
+    std::string page = bytes.substr(12, bytes.size() - 12 - 4 - 83);
+    auto withPage = [&](const std::string& replaced) {
+        std::uint32_t sum = BinaryCookieFile::pageChecksum(replaced);
+        std::string checksum{static_cast<char>(sum >> 24), static_cast<char>(sum >> 16),
+                             static_cast<char>(sum >> 8), static_cast<char>(sum)};
+        return bytes.substr(0, 12) + replaced + checksum + bytes.substr(bytes.size() - 83);
+    };
+    ASSERT_EQ(withPage(page), bytes);
+    EXPECT_FALSE(BinaryCookieFile::parse(withPage(patched(page, 12, page.substr(8, 4)))));
 }
 
 // Bounded random inputs: mutated valid files and plain noise. Whatever the
