@@ -28,7 +28,10 @@ std::optional<std::array<long, 2>> WorkerAppDelegate::clearChromeFlash(const std
     std::set<std::string> seen;
     std::set<std::string> removed;
 
-    for (const auto& [profile, displayName] : profiles) {
+    for (const auto& profileEntry : profiles) {
+        // A plain reference rather than a structured binding: the lambda below
+        // captures it, which clang 14 (the fuzz build's compiler) refuses.
+        const std::string& profile = profileEntry.first;
         std::string store = appendingPathComponent(dataRoot, profile) + kPepperSharedObjects;
         PluginTree tree(*this, store, secureDelete);
         auto judge = [&](const std::string& host, const std::string& path) {
