@@ -150,28 +150,5 @@ TEST(KeepListInSession, UnreadableSavedPasswordsStopTheRunBeforeAnyRemoval) {
     }
 }
 
-TEST(KeepListInSession, RunAsksTheKeyringUnlessEverythingIsRemoved) {
-    for (bool removeAll : {false, true}) {
-        WorkerRun run;
-        run.home().writeSuitePreferences({{kRemoveAll, removeAll}});
-        run.withKeyring(kSavedPasswords).monitorBus();
-        WorkerResult result = run.run({kSafari});
-        EXPECT_EQ(result.exitStatus, 0);
-        ASSERT_NE(result.commandBusLog, "");
-        const bool keyringAsked = result.commandBusLog.find("org.freedesktop.Secret") != std::string::npos;
-        EXPECT_EQ(keyringAsked, !removeAll) << "removeAll " << removeAll;
-        EXPECT_FALSE(secretRequested(result.commandBusLog));
-    }
-}
-
-TEST(KeepListInSession, FirefoxRunLeavesTheKeyringAlone) {
-    WorkerRun run;
-    run.withKeyring(kSavedPasswords).monitorBus();
-    WorkerResult result = run.run({kFirefox});
-    EXPECT_EQ(result.exitStatus, 0);
-    ASSERT_NE(result.commandBusLog, "");
-    EXPECT_EQ(result.commandBusLog.find("org.freedesktop.Secret"), std::string::npos);
-}
-
 }  // namespace
 }  // namespace tasselby::testing

@@ -59,90 +59,9 @@ protected:
     SilverlightTree silverlight{run.home()};
 };
 
-TEST_F(PluginRun, SharedObjectsCountOncePerHostAndOnlySiteSettingsLeaveTheHome) {
-    std::string withWww = player.addSharedObject("RZXX9SFB", "www.example.com");
-    std::string bare = player.addSharedObject("4PRPYGAV", "example.com");
-    std::string grouped = player.addGroupedSettings("##", "two.com");
-    std::string site = player.addSiteSettings("www.one.com");
-    std::string global = player.addGlobalSettings();
-
-    WorkerResult result = run.run({kSafari});
-    EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(postedCounts(result).flash, 3);
-    // Without a folder named "~" in the working folder the unexpanded
-    // removals find nothing.
-    for (const std::string& path : {withWww, bare, grouped, global}) EXPECT_TRUE(run.home().exists(path)) << path;
-    EXPECT_FALSE(run.home().exists(site));
-}
-
-TEST_F(PluginRun, AnUnrelatedTildeTreeInTheWorkingFolderLosesOnlyWhatTheRulesName) {
-    testing::TemporaryFolder outside{"tasselby-outside"};
-    SampleHome elsewhere{outside.path()};
-    std::string mirrored = FlashTree::systemPlayer(elsewhere).addSharedObject("LINKED", "example.com");
-    std::string shared = player.addSharedObject("RZXX9SFB", "example.com");
-    player.addSharedObject("LINKED", "example.com");
-    std::string grouped = player.addGroupedSettings("##", "two.com");
-    std::string site = player.addSiteSettings("one.com");
-    silverlight.addStore("a/b/1", "store1", "kept.org", "group1");
-
-    SampleHome tilde{run.workingFolder() + "/~"};
-    FlashTree workPlayer = FlashTree::systemPlayer(tilde);
-    workPlayer.addSharedObject("RZXX9SFB", "example.com");
-    workPlayer.addSharedObject("RZXX9SFB", "other.com");
-    workPlayer.addGroupedSettings("##", "two.com");
-    workPlayer.addSiteSettings("one.com");
-    tilde.writeFile("Library/Safari/History.db", "history");
-    SilverlightTree(tilde).addStore("a/b/1", "store1", "kept.org", "group1");
-    fs::create_directory_symlink(outside.path() + "/" + kFlashSharedObjects + "/LINKED",
-                                 tilde.path(std::string(kFlashSharedObjects) + "/LINKED"));
-    std::set<std::string> before = itemsBelow(run.workingFolder());
-    std::set<std::string> outsideBefore = itemsBelow(outside.path());
-
-    WorkerResult result = run.run({kSafari});
-    EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(postedCounts(result).flash, 3);
-    EXPECT_EQ(postedCounts(result).silverlight, 1);
-
-    std::set<std::string> gone;
-    for (const std::string& item : before) {
-        if (!fs::exists(fs::symlink_status(run.workingFolder() + "/" + item))) gone.insert(item);
-    }
-    std::set<std::string> named{"~/" + shared, "~/" + shared + "/player", "~/" + shared + "/player/DataStore.sol",
-                                "~/" + grouped, "~/" + grouped + "/settings.sol"};
-    EXPECT_EQ(gone, named);
-    EXPECT_EQ(itemsBelow(outside.path()), outsideBefore);
-    EXPECT_TRUE(elsewhere.exists(mirrored));
-    // The home's own copies stay, except the single-"#" entry, removed by its expanded path.
-    EXPECT_TRUE(run.home().exists(shared));
-    EXPECT_FALSE(run.home().exists(site));
-    EXPECT_TRUE(tilde.exists(site));
-}
-
-TEST_F(PluginRun, ChromeAddsItsBuiltInPlayerOncePerProfile) {
-    run.home().writeLocalState(kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}});
-    player.addSharedObject("RZXX9SFB", "example.com");
-    FlashTree first = FlashTree::pepper(run.home(), kChromeRoot, "Default");
-    FlashTree second = FlashTree::pepper(run.home(), kChromeRoot, "Profile 1");
-    std::vector<std::string> gone{first.addSharedObject("R1", "www.example.com"),
-                                  first.addSharedObject("R2", "example.com"), first.addSiteSettings("example.com"),
-                                  second.addGroupedSettings("##", "example.com")};
-    std::string global = second.addGlobalSettings();
-
-    WorkerResult result = run.run({kGoogleChrome});
-    EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(postedCounts(result).flash, 1 + 2);
-    for (const std::string& path : gone) EXPECT_FALSE(run.home().exists(path)) << path;
-    EXPECT_TRUE(run.home().exists(global));
-}
-
-TEST_F(PluginRun, OperaLeavesTheBuiltInPlayerAlone) {
-    run.home().writeLocalState(kChromeRoot, {{"Default", "Person 1"}});
-    std::string pepper = FlashTree::pepper(run.home(), kChromeRoot, "Default").addSharedObject("R1", "example.com");
-
-    WorkerResult result = run.run({kOpera});
-    EXPECT_EQ(postedCounts(result).flash, 0);
-    EXPECT_TRUE(run.home().exists(pepper));
-}
+// What each plug-in cleaner removes and counts is checked against the
+// cleaners directly; these runs show the keep list, the counts and the stop
+// reaching them through the whole worker.
 
 // A site with a saved form password is kept by every plug-in cleaner.
 TEST_F(PluginRun, KeptHostsAreLeftUntouched) {

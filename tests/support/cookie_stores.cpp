@@ -1,7 +1,5 @@
 #include "support/cookie_stores.h"
 
-#include <sqlite3.h>
-
 #include <bit>
 #include <filesystem>
 #include <memory>
@@ -13,64 +11,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct CloseDatabase {
-    void operator()(sqlite3* db) const { sqlite3_close(db); }
-};
-using Database = std::unique_ptr<sqlite3, CloseDatabase>;
-
-struct FinalizeStatement {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using Statement = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
-
-Database openDatabase(const std::string& path) {
-    sqlite3* raw = nullptr;
-    int status = sqlite3_open(path.c_str(), &raw);
-    Database db(raw);
-    if (status != SQLITE_OK) throw std::runtime_error("cannot open " + path);
-    return db;
-}
-
-Database createDatabase(const std::string& path) {
-    fs::create_directories(fs::path(path).parent_path());
+// A fresh fixture database: whatever stood at the path goes first.
+FixtureDatabase createDatabase(const std::string& path) {
     fs::remove(path);
-    return openDatabase(path);
+    return FixtureDatabase(path);
 }
 
-void run(sqlite3* db, const std::string& sql) {
-    char* error = nullptr;
-    if (sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &error) != SQLITE_OK) {
-        std::string message = error != nullptr ? error : "unknown error";
-        sqlite3_free(error);
-        throw std::runtime_error(message + " in: " + sql);
-    }
-}
-
-Statement prepare(sqlite3* db, const std::string& sql) {
-    sqlite3_stmt* raw = nullptr;
-    if (sqlite3_prepare_v2(db, sql.c_str(), -1, &raw, nullptr) != SQLITE_OK) {
-        throw std::runtime_error(std::string(sqlite3_errmsg(db)) + " in: " + sql);
-    }
-    return Statement(raw);
-}
-
-void bindText(sqlite3_stmt* statement, int position, const std::optional<std::string>& text) {
-    if (text) {
-        sqlite3_bind_text(statement, position, text->c_str(), -1, SQLITE_TRANSIENT);
-    } else {
-        sqlite3_bind_null(statement, position);
-    }
-}
-
-void stepDone(sqlite3* db, sqlite3_stmt* statement) {
-    if (sqlite3_step(statement) != SQLITE_DONE) throw std::runtime_error(sqlite3_errmsg(db));
-    sqlite3_reset(statement);
-}
-
-void writeMeta(sqlite3* db, int version, int compatible) {
-    run(db, "CREATE TABLE meta(key LONGVARCHAR NOT NULL UNIQUE PRIMARY KEY, value LONGVARCHAR)");
-    run(db, "INSERT INTO meta VALUES('version','" + std::to_string(version) + "')");
-    run(db, "INSERT INTO meta VALUES('last_compatible_version','" + std::to_string(compatible) + "')");
+void writeMeta(FixtureDatabase& db, int version, int compatible) {
+    db.run("CREATE TABLE meta(key LONGVARCHAR NOT NULL UNIQUE PRIMARY KEY, value LONGVARCHAR);"
+           "INSERT INTO meta VALUES('version','" + std::to_string(version) + "');"
+           "INSERT INTO meta VALUES('last_compatible_version','" + std::to_string(compatible) + "');");
 }
 
 constexpr const char* kChromiumV4 =
@@ -119,19 +69,13 @@ constexpr const char* kMozillaCurrentInsert =
     "isHttpOnly) VALUES(?1,?3,?4,?2,?5,1800000000000,1700000000000000+?1,1700000000000000+?1,1,0)";
 
 // Inserts each cookie with ?1 its key, ?2 host, ?3 name, ?4 value, ?5 path.
-void insertCookies(sqlite3* db, const std::string& insert, const std::vector<StoredCookie>& cookies,
+void insertCookies(FixtureDatabase& db, const std::string& insert, const std::vector<StoredCookie>& cookies,
                    std::int64_t (*key)(std::size_t)) {
-    run(db, "BEGIN");
-    Statement statement = prepare(db, insert);
+    std::vector<std::vector<std::optional<std::string>>> rows;
     for (std::size_t i = 0; i < cookies.size(); ++i) {
-        sqlite3_bind_int64(statement.get(), 1, key(i));
-        bindText(statement.get(), 2, cookies[i].host);
-        bindText(statement.get(), 3, cookies[i].name);
-        bindText(statement.get(), 4, cookies[i].value);
-        bindText(statement.get(), 5, cookies[i].path);
-        stepDone(db, statement.get());
+        rows.push_back({std::to_string(key(i)), cookies[i].host, cookies[i].name, cookies[i].value, cookies[i].path});
     }
-    run(db, "COMMIT");
+    db.insert(insert, rows);
 }
 
 std::int64_t mozillaId(std::size_t index) { return static_cast<std::int64_t>(index) + 1; }
@@ -205,59 +149,41 @@ std::int64_t chromiumCreationTime(std::size_t index) { return 13300000000000000 
 
 void writeChromiumCookies(const std::string& path, ChromiumCookieSchema schema,
                           const std::vector<StoredCookie>& cookies) {
-    Database db = createDatabase(path);
+    FixtureDatabase db = createDatabase(path);
     bool current = schema == ChromiumCookieSchema::Version20;
-    writeMeta(db.get(), current ? 20 : 4, current ? 20 : 3);
-    run(db.get(), current ? kChromiumV20 : kChromiumV4);
-    insertCookies(db.get(), current ? kChromiumV20Insert : kChromiumV4Insert, cookies, chromiumCreationTime);
+    writeMeta(db, current ? 20 : 4, current ? 20 : 3);
+    db.run(current ? kChromiumV20 : kChromiumV4);
+    insertCookies(db, current ? kChromiumV20Insert : kChromiumV4Insert, cookies, chromiumCreationTime);
 }
 
 void writeMozillaCookies(const std::string& path, MozillaCookieSchema schema,
                          const std::vector<StoredCookie>& cookies) {
-    Database db = createDatabase(path);
+    FixtureDatabase db = createDatabase(path);
     switch (schema) {
         case MozillaCookieSchema::Version2:
-            run(db.get(), std::string(kMozillaV2) + "PRAGMA user_version = 2;");
-            insertCookies(db.get(), kMozillaV2Insert, cookies, mozillaId);
+            db.run(std::string(kMozillaV2) + "PRAGMA user_version = 2;");
+            insertCookies(db, kMozillaV2Insert, cookies, mozillaId);
             break;
         case MozillaCookieSchema::Version4:
-            run(db.get(), std::string(kMozillaV4) + "PRAGMA user_version = 4;");
-            insertCookies(db.get(), kMozillaV4Insert, cookies, mozillaId);
+            db.run(std::string(kMozillaV4) + "PRAGMA user_version = 4;");
+            insertCookies(db, kMozillaV4Insert, cookies, mozillaId);
             break;
         case MozillaCookieSchema::Current:
-            run(db.get(), std::string(kMozillaCurrent) + "PRAGMA user_version = 14;");
-            insertCookies(db.get(), kMozillaCurrentInsert, cookies, mozillaId);
+            db.run(std::string(kMozillaCurrent) + "PRAGMA user_version = 14;");
+            insertCookies(db, kMozillaCurrentInsert, cookies, mozillaId);
             break;
     }
 }
 
 void writeOriginBoundCerts(const std::string& path, const std::vector<std::optional<std::string>>& origins) {
-    Database db = createDatabase(path);
-    writeMeta(db.get(), 3, 1);
-    run(db.get(),
-        "CREATE TABLE origin_bound_certs (origin TEXT NOT NULL UNIQUE PRIMARY KEY,private_key BLOB NOT NULL,"
-        "cert BLOB NOT NULL,cert_type INTEGER,expiration_time INTEGER)");
-    Statement statement = prepare(db.get(), "INSERT INTO origin_bound_certs VALUES(?1,X'3082',X'3082',1,13400000000000000)");
-    for (const auto& origin : origins) {
-        bindText(statement.get(), 1, origin);
-        stepDone(db.get(), statement.get());
-    }
+    FixtureDatabase db = createDatabase(path);
+    writeMeta(db, 3, 1);
+    db.run("CREATE TABLE origin_bound_certs (origin TEXT NOT NULL UNIQUE PRIMARY KEY,private_key BLOB NOT NULL,"
+           "cert BLOB NOT NULL,cert_type INTEGER,expiration_time INTEGER)");
+    std::vector<std::vector<std::optional<std::string>>> rows;
+    for (const auto& origin : origins) rows.push_back({origin});
+    db.insert("INSERT INTO origin_bound_certs VALUES(?1,X'3082',X'3082',1,13400000000000000)", rows);
 }
-
-std::vector<std::string> queryColumn(const std::string& path, const std::string& sql) {
-    Database db = openDatabase(path);
-    Statement statement = prepare(db.get(), sql);
-    std::vector<std::string> values;
-    int status;
-    while ((status = sqlite3_step(statement.get())) == SQLITE_ROW) {
-        const unsigned char* text = sqlite3_column_text(statement.get(), 0);
-        values.emplace_back(text != nullptr ? reinterpret_cast<const char*>(text) : "NULL");
-    }
-    if (status != SQLITE_DONE) throw std::runtime_error(std::string(sqlite3_errmsg(db.get())) + " in: " + sql);
-    return values;
-}
-
-void executeSql(const std::string& path, const std::string& sql) { run(openDatabase(path).get(), sql); }
 
 BinaryCookieFileBuilder& BinaryCookieFileBuilder::page(std::vector<BinaryCookie> cookies) {
     pages_.push_back(std::move(cookies));

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "support/fixture_database.h"
 #include "support/sample_home.h"
 
 namespace tasselby::testing {
@@ -45,12 +46,6 @@ void writeOriginBoundCerts(const std::string& path, const std::vector<std::optio
 
 // The creation time a Chromium fixture gives cookie i.
 std::int64_t chromiumCreationTime(std::size_t index);
-
-// The first column of every row the statement yields, as text ("NULL" for
-// SQL NULL), read straight through SQLite. Throws when the statement fails.
-std::vector<std::string> queryColumn(const std::string& path, const std::string& sql);
-// Runs statements straight through SQLite; throws on failure.
-void executeSql(const std::string& path, const std::string& sql);
 
 // One cookie of a binary cookie file.
 struct BinaryCookie {

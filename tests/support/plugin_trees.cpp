@@ -10,29 +10,8 @@ namespace {
 constexpr const char* kPepperSharedObjects = "Pepper Data/Shockwave Flash/WritableRoot/#SharedObjects";
 constexpr const char* kSettingsPath = "macromedia.com/support/flashplayer/sys";
 
-void appendBigEndian(std::string& bytes, std::uint32_t value, int width) {
-    for (int shift = 8 * (width - 1); shift >= 0; shift -= 8) bytes.push_back(static_cast<char>((value >> shift) & 0xFF));
-}
-
-// A local shared object file: magic, length, "TCSO", the object's name, AMF0,
-// and one string entry.
-std::string solBytes(const std::string& objectName) {
-    std::string body = "TCSO";
-    body.append("\x00\x04\x00\x00\x00\x00", 6);
-    appendBigEndian(body, static_cast<std::uint32_t>(objectName.size()), 2);
-    body += objectName;
-    appendBigEndian(body, 0, 4);
-    const std::string key = "visits";
-    appendBigEndian(body, static_cast<std::uint32_t>(key.size()), 2);
-    body += key;
-    body.push_back('\x02');  // AMF0 string
-    appendBigEndian(body, 1, 2);
-    body += "3";
-    body.push_back('\x00');
-    std::string bytes("\x00\xBF", 2);
-    appendBigEndian(bytes, static_cast<std::uint32_t>(body.size()), 4);
-    return bytes + body;
-}
+// The cleaners never read a shared object, so any bytes stand for one.
+std::string solBytes(const std::string& objectName) { return "TCSO " + objectName; }
 
 }  // namespace
 

@@ -1,12 +1,7 @@
 #include "support/web_storage_stores.h"
 
+#include "support/fixture_database.h"
 #include "support/password_stores.h"
-
-#include <sqlite3.h>
-
-#include <filesystem>
-#include <memory>
-#include <stdexcept>
 
 namespace tasselby::testing {
 
@@ -37,52 +32,7 @@ constexpr const char* kWebappsstoreSchema =
     "CREATE TABLE webappsstore2 (scope TEXT, key TEXT, value TEXT, secure INTEGER, owner TEXT);"
     "CREATE UNIQUE INDEX scope_key_index ON webappsstore2(scope, key);";
 
-// A fixture database: opened (and created) for writing, closed with the object.
-class FixtureDatabase {
-public:
-    explicit FixtureDatabase(const std::string& path) {
-        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-        if (sqlite3_open(path.c_str(), &db_) != SQLITE_OK) {
-            sqlite3_close(db_);
-            throw std::runtime_error("cannot open fixture database " + path);
-        }
-        // Fixtures need no durability; skipping the syncs keeps large ones quick.
-        run("PRAGMA synchronous = OFF;");
-    }
-    ~FixtureDatabase() { sqlite3_close(db_); }
-    FixtureDatabase(const FixtureDatabase&) = delete;
-    FixtureDatabase& operator=(const FixtureDatabase&) = delete;
-
-    void run(const std::string& sql) {
-        char* message = nullptr;
-        if (sqlite3_exec(db_, sql.c_str(), nullptr, nullptr, &message) != SQLITE_OK) {
-            std::string text = message ? message : "unknown error";
-            sqlite3_free(message);
-            throw std::runtime_error("fixture statement failed: " + text + " in " + sql);
-        }
-    }
-
-    // Runs a statement once per row of text values, bound in order.
-    void insert(const std::string& sql, const std::vector<std::vector<std::string>>& rows) {
-        run("BEGIN;");
-        sqlite3_stmt* raw = nullptr;
-        if (sqlite3_prepare_v2(db_, sql.c_str(), -1, &raw, nullptr) != SQLITE_OK) {
-            throw std::runtime_error("cannot prepare fixture statement " + sql);
-        }
-        std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement(raw, sqlite3_finalize);
-        for (const auto& row : rows) {
-            for (std::size_t i = 0; i < row.size(); ++i) {
-                sqlite3_bind_text(raw, static_cast<int>(i + 1), row[i].c_str(), -1, SQLITE_TRANSIENT);
-            }
-            if (sqlite3_step(raw) != SQLITE_DONE) throw std::runtime_error("fixture insert failed: " + sql);
-            sqlite3_reset(raw);
-        }
-        run("COMMIT;");
-    }
-
-private:
-    sqlite3* db_ = nullptr;
-};
+using Rows = std::vector<std::vector<std::optional<std::string>>>;
 
 }  // namespace
 
@@ -90,7 +40,7 @@ std::string WebStorageStores::writeDatabases(const std::string& folder, Database
                                              const std::vector<WebDatabase>& databases) const {
     std::string index = home_.path(folder) + "/Databases.db";
     FixtureDatabase tracker(index);
-    std::vector<std::vector<std::string>> rows;
+    Rows rows;
     bool safari = format == DatabasesFormat::Safari;
     tracker.run(safari ? kSafariDatabasesSchema : kChromiumDatabasesSchema);
     for (std::size_t i = 0; i < databases.size(); ++i) {
@@ -128,7 +78,7 @@ std::string WebStorageStores::writeStorageTracker(const std::string& folder,
     std::string path = home_.path(folder) + "/StorageTracker.db";
     FixtureDatabase tracker(path);
     tracker.run(kStorageTrackerSchema);
-    std::vector<std::vector<std::string>> rows;
+    Rows rows;
     for (const std::string& origin : origins) {
         rows.push_back({origin, home_.path(folder) + "/" + origin + ".localstorage"});
     }
@@ -140,7 +90,7 @@ std::string WebStorageStores::writeWebappsstore(const std::string& path, const s
     std::string full = home_.path(path);
     FixtureDatabase store(full);
     store.run(kWebappsstoreSchema);
-    std::vector<std::vector<std::string>> rows;
+    Rows rows;
     for (const MozillaItem& item : items) rows.push_back({item.scope, item.key});
     store.insert("INSERT INTO webappsstore2 VALUES (?1, ?2, 'v', 0, '');", rows);
     return full;
@@ -148,25 +98,7 @@ std::string WebStorageStores::writeWebappsstore(const std::string& path, const s
 
 std::optional<std::vector<std::string>> WebStorageStores::column(const std::string& database,
                                                                  const std::string& sql) const {
-    std::string path = database.starts_with("/") ? database : home_.path(database);
-    sqlite3* db = nullptr;
-    std::unique_ptr<sqlite3, int (*)(sqlite3*)> owner(nullptr, sqlite3_close);
-    if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
-        sqlite3_close(db);
-        return std::nullopt;
-    }
-    owner.reset(db);
-    sqlite3_stmt* raw = nullptr;
-    if (sqlite3_prepare_v2(db, sql.c_str(), -1, &raw, nullptr) != SQLITE_OK) return std::nullopt;
-    std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement(raw, sqlite3_finalize);
-    std::vector<std::string> values;
-    int step = SQLITE_ROW;
-    while ((step = sqlite3_step(raw)) == SQLITE_ROW) {
-        const unsigned char* text = sqlite3_column_text(raw, 0);
-        values.emplace_back(text ? reinterpret_cast<const char*>(text) : "");
-    }
-    if (step != SQLITE_DONE) return std::nullopt;
-    return values;
+    return columnValues(database.starts_with("/") ? database : home_.path(database), sql);
 }
 
 void WebStorageStores::writeSample(const std::vector<std::string>& chromiumProfiles,

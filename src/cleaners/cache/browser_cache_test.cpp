@@ -47,8 +47,8 @@ protected:
     }
 };
 
-// The removals a browser's run asks for, in order. Which items actually go
-// is checked over the whole sample in the integration tests.
+// The removals a browser's run asks for, in order: nothing else of the
+// sample, look-alikes included, is asked for.
 TEST_F(BrowserCacheTest, EveryBrowserDisposesItsPathsInOrderThenTheSharedCaches) {
     const std::vector<std::pair<std::string, Paths>> table = {
         {"WebKit", {}},

@@ -39,6 +39,10 @@ TEST_F(ChannelIdPruningTest, RunsForChromeEvenWithNothingToRemove) {
     writeOriginBoundCerts(chromeCerts("Default"), {"a.com", "kept.com"});
     EXPECT_EQ(delegate.removeCookies(kGoogleChrome, {"kept.com"}), (std::array<long, 2>{0, 0}));
     EXPECT_EQ(origins(chromeCerts("Default")), std::vector<std::string>{"kept.com"});
+    // A quote in a kept site fails the one statement: nothing more goes.
+    writeOriginBoundCerts(chromeCerts("Default"), {"kept.com", "tracker.net"});
+    delegate.deleteChromeChannelID(kGoogleChrome, {"kept.com", "o'neil.com"});
+    EXPECT_EQ(origins(chromeCerts("Default")), (std::vector<std::string>{"kept.com", "tracker.net"}));
 }
 
 }  // namespace

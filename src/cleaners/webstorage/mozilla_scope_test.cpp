@@ -18,7 +18,7 @@ TEST(MozillaScopeTest, ReversalMovesWholeCharacters) {
 
 TEST(MozillaScopeTest, FormDecoding) {
     EXPECT_EQ(MozillaScope::decodedFormText("a+b%20c%2B"), "a b c+");
-    EXPECT_EQ(MozillaScope::decodedFormText("%C3%A9"), "\xc3\xa9");
+    EXPECT_EQ(MozillaScope::decodedFormText("%C3%A9%c3%a9"), "\xc3\xa9\xc3\xa9");
     EXPECT_EQ(MozillaScope::decodedFormText(""), "");
     EXPECT_FALSE(MozillaScope::decodedFormText("%FF"));   // not UTF-8
     EXPECT_FALSE(MozillaScope::decodedFormText("%C3"));   // cut sequence
@@ -26,18 +26,12 @@ TEST(MozillaScopeTest, FormDecoding) {
     EXPECT_FALSE(MozillaScope::decodedFormText("%zz"));   // not hexadecimal
 }
 
+// Which names are kept is decided over the cleaner's table; here, the
+// address form's "www." goes before the site rule sees the host.
 TEST(MozillaScopeTest, WorkingNames) {
-    const std::vector<std::pair<std::string, std::optional<std::string>>> table = {
-        {"moc.elpmaxe.www.:http:80", "example.com"},
-        {"moc.elpmaxe.www", std::nullopt},
-        {".:http:80", ""},
-        {".www.:http:80", ""},
-        {"p/moc.elpmaxe//x.:http:80", "x//example.com/p"},
-        {"moc.elpmaxe.www//.:http:80", "example.com"},
-        {"//.:http:80", "//"},
-        {"moc.b+a.www//x.:http:80", "a b.com"},
-    };
-    for (const auto& [scope, expected] : table) EXPECT_EQ(MozillaScope::workingName(scope), expected) << scope;
+    EXPECT_EQ(MozillaScope::workingName("moc.elpmaxe.www//.:http:80"), "example.com");
+    EXPECT_EQ(MozillaScope::workingName("p/moc.elpmaxe//x.:http:80"), "x//example.com/p");
+    EXPECT_EQ(MozillaScope::workingName("moc.elpmaxe.www"), std::nullopt);
 }
 
 }  // namespace

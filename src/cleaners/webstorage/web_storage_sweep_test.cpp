@@ -18,7 +18,6 @@ using Names = std::vector<std::string>;
 
 const std::string kDatabases = testing::kSafariDatabasesFolder;
 const std::string kLocalStorage = testing::kSafariLocalStorageFolder;
-const std::string kChromeDefault = std::string(testing::kChromeRoot) + "/Default";
 const std::string kChromeWork = std::string(testing::kChromeRoot) + "/Profile 1";
 const std::string kProfiles = testing::kFirefoxProfilesRoot;
 
@@ -42,29 +41,40 @@ protected:
     bool exists(const std::string& folderPath, const std::string& name) { return home.exists(folderPath + "/" + name); }
 };
 
-// Unknown names, and Google Chrome with no profile listed in "Local State".
-TEST_F(WebStorageSweepTest, UnservedBrowsersTouchNothing) {
-    stores.writeSample();
-    home.writeLocalState(testing::kChromeRoot, {});
-    for (const char* browser : {"WebKit", "Chrome", "safari", "Internet Explorer", "Google Chrome"}) {
+// The sample's stores with nothing kept: names the run never passes touch
+// nothing; each browser's sweep counts its own stores' unkept names (the
+// extension storage spared for Chromium alone among the Chromium family).
+TEST_F(WebStorageSweepTest, EveryBrowserSweepsItsOwnStoresOfTheSample) {
+    stores.writeSample({"Default", "Profile 1"});
+    const std::string chromeFile = kChromeWork + "/Local Storage/http_tracker.example.net_0.localstorage";
+    home.writeFile(chromeFile + "-wal", "x");
+    home.writeFile(chromeFile + "-shm", "x");
+    home.writeLocalState(testing::kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}});
+    home.writeLocalState(testing::kChromiumRoot, {{"Default", "Person 1"}});
+    for (const char* browser : {"WebKit", "Chrome", "safari", "Internet Explorer"}) {
         EXPECT_EQ(delegate.removeNonFavLocalStorage(browser, {}), 0) << browser;
     }
     EXPECT_TRUE(platform.removed.empty());
-    EXPECT_EQ(scopes(kCaminoWebappsstore).size(), 4u);
-}
-
-TEST_F(WebStorageSweepTest, SafariRemovesEveryWebOriginButExtensionsAndPrunesBothTables) {
-    const std::string extension = "safari-extension_com.example.ext-0123456789_0";
-    std::string index = stores.writeDatabases(
-        kDatabases, DatabasesFormat::Safari,
-        {{"https_a.example_0"}, {"http_b.example_0", "one"}, {"http_b.example_0", "two"}, {extension}});
-    // Two databases of one origin: named twice, counted twice, removed once.
-    EXPECT_EQ(delegate.removeNonFavLocalStorage("Safari", {"a.example", "b.example"}), 3);
-    EXPECT_FALSE(exists(kDatabases, "https_a.example_0"));
-    EXPECT_FALSE(exists(kDatabases, "http_b.example_0"));
-    EXPECT_TRUE(exists(kDatabases, extension));
-    EXPECT_EQ(origins(index), Names{extension});
-    EXPECT_EQ(origins(index, "Origins"), Names{extension});
+    const std::pair<const char*, long> counts[] = {{"Safari", 6}, {"Google Chrome", 12}, {"Chromium", 5},
+                                                   {"Opera", 6},  {"Camino", 4},        {"Firefox", 4}};
+    for (const auto& [browser, count] : counts) {
+        EXPECT_EQ(delegate.removeNonFavLocalStorage(browser, {}), count) << browser;
+    }
+    const std::string extension = "chrome-extension_abcdefghijklmnop_0";
+    // Safari's index loses the rows in both its tables, its folders go.
+    const Names safariExtension = {"safari-extension_com.example.ext-0123456789_0"};
+    EXPECT_EQ(origins(kDatabases + "/Databases.db"), safariExtension);
+    EXPECT_EQ(origins(kDatabases + "/Databases.db", "Origins"), safariExtension);
+    EXPECT_FALSE(exists(kDatabases, "http_tracker.example.net_0"));
+    EXPECT_TRUE(exists(kDatabases, safariExtension[0]));
+    EXPECT_EQ(origins(std::string(testing::kOperaRoot) + "/databases/Databases.db"), Names{extension});
+    EXPECT_TRUE(exists(std::string(testing::kChromiumRoot) + "/Default/Local Storage", extension + ".localstorage"));
+    EXPECT_FALSE(exists(std::string(testing::kOperaRoot) + "/Local Storage", extension + ".localstorage"));
+    // The Chromium family's companions go with their file: the journal, the
+    // write-ahead log and its index.
+    for (const char* suffix : {"", "-journal", "-wal", "-shm"}) EXPECT_FALSE(home.exists(chromeFile + suffix)) << suffix;
+    EXPECT_TRUE(scopes(kCaminoWebappsstore).empty());
+    EXPECT_TRUE(scopes(kProfiles + "/sample.default/webappsstore.sqlite").empty());
 }
 
 // A chosen file's write-ahead log and its index go whatever became of the
@@ -92,46 +102,6 @@ TEST_F(WebStorageSweepTest, SafariTakesWriteAheadLogsAlongAndPrunesTheTracker) {
     EXPECT_EQ(rows(tracker, "SELECT origin FROM Origins ORDER BY origin;"), (Names{"http_b.example_0", "http_k.example_0"}));
     EXPECT_TRUE(std::none_of(platform.removed.begin(), platform.removed.end(),
                              [](const std::string& path) { return path.ends_with("-journal"); }));
-}
-
-TEST_F(WebStorageSweepTest, ChromeVisitsEveryProfileAndTakesJournalsAlong) {
-    home.writeLocalState(testing::kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}});
-    std::string index = stores.writeDatabases(kChromeDefault + "/databases", DatabasesFormat::Chromium,
-                                              {{"https_www.example.com_0"}, {"chrome-extension_abc_0"}});
-    const std::string defaultStorage = kChromeDefault + "/Local Storage";
-    const std::string workStorage = kChromeWork + "/Local Storage";
-    stores.writeLocalStorage(defaultStorage, "https_www.example.com_0");
-    stores.writeLocalStorage(defaultStorage, "http_other.example_0");
-    home.writeFile(defaultStorage + "/http_other.example_0.localstorage-wal", "x");
-    home.writeFile(defaultStorage + "/http_other.example_0.localstorage-shm", "x");
-    stores.writeLocalStorage(workStorage, "http_nojournal.example_0", false);
-    stores.writeLocalStorage(workStorage, "chrome-extension_abc_0", false);
-
-    // 1 database, 1 file in Default; the journal-less file and the extension
-    // file (spared for Chromium only) in Profile 1.
-    EXPECT_EQ(delegate.removeNonFavLocalStorage("Google Chrome", {"example.com"}), 4);
-    EXPECT_EQ(origins(index), Names{"chrome-extension_abc_0"});
-    EXPECT_FALSE(exists(kChromeDefault + "/databases", "https_www.example.com_0"));
-    EXPECT_TRUE(exists(defaultStorage, "https_www.example.com_0.localstorage-journal"));
-    EXPECT_FALSE(exists(defaultStorage, "http_other.example_0.localstorage"));
-    EXPECT_FALSE(exists(defaultStorage, "http_other.example_0.localstorage-journal"));
-    EXPECT_FALSE(exists(defaultStorage, "http_other.example_0.localstorage-wal"));
-    EXPECT_FALSE(exists(defaultStorage, "http_other.example_0.localstorage-shm"));
-    EXPECT_FALSE(exists(workStorage, "http_nojournal.example_0.localstorage"));
-    EXPECT_FALSE(exists(workStorage, "chrome-extension_abc_0.localstorage"));
-    EXPECT_EQ(std::count(platform.removed.begin(), platform.removed.end(),
-                         home.path(workStorage + "/http_nojournal.example_0.localstorage-journal")),
-              1)
-        << "the companion is tried all the same";
-}
-
-TEST_F(WebStorageSweepTest, ChromiumSparesExtensionStorage) {
-    std::string chromiumStorage = std::string(testing::kChromiumRoot) + "/Default/Local Storage";
-    home.writeLocalState(testing::kChromiumRoot, {{"Default", "Person 1"}});
-    stores.writeLocalStorage(chromiumStorage, "chrome-extension_abc_0");
-    stores.writeLocalStorage(chromiumStorage, "http_x.example_0");
-    EXPECT_EQ(delegate.removeNonFavLocalStorage("Chromium", {}), 1);
-    EXPECT_TRUE(exists(chromiumStorage, "chrome-extension_abc_0.localstorage"));
 }
 
 TEST_F(WebStorageSweepTest, CaminoDeletesRowsOfUnkeptScopesAndCountsEachKey) {
