@@ -91,14 +91,14 @@ bool isKept(int k) { return k % 2 == 0; }  // a password is saved for every othe
 // Cookie i of a home: the sites take turns, and each site's cookies go to its
 // domain, its "www" host and a "shop" host in turn. One in five has a
 // tracking name (the catalogue's "__u" prefix), half of those on kept sites.
-struct CookieSpec {
+struct CookieShape {
     int site;
     std::string host;
     std::string name;
     bool tracking;
 };
 
-CookieSpec cookieSpec(int i) {
+CookieShape cookieShape(int i) {
     int k = i % kSites;
     int variant = (i / kSites) % 3;
     std::string host = variant == 0 ? "." + siteName(k) : variant == 1 ? hostName(k) : "shop." + siteName(k);
@@ -107,8 +107,8 @@ CookieSpec cookieSpec(int i) {
 }
 
 bool cookieSurvives(int i) {
-    CookieSpec spec = cookieSpec(i);
-    return isKept(spec.site) && !spec.tracking;
+    CookieShape shape = cookieShape(i);
+    return isKept(shape.site) && !shape.tracking;
 }
 
 long survivingCookies(int cookies) {
@@ -121,8 +121,8 @@ long survivingCookies(int cookies) {
 std::string cookieFloorStatement(int cookies, const std::string& table, const std::string& hostColumn) {
     std::set<std::string> hosts;
     for (int i = 0; i < cookies; ++i) {
-        CookieSpec spec = cookieSpec(i);
-        if (!isKept(spec.site)) hosts.insert(spec.host);
+        CookieShape shape = cookieShape(i);
+        if (!isKept(shape.site)) hosts.insert(shape.host);
     }
     std::string list;
     for (const std::string& host : hosts) list += (list.empty() ? "'" : ",'") + host + "'";
@@ -715,11 +715,11 @@ private:
         db.exec(kChromiumCookiesSchema);
         db.insertEach("INSERT INTO cookies VALUES(?,?,'',?,'',?,'/',?,1,0,?,1,1,1,-1,2,443,?,0,0);", cookies,
                       [](sqlite3_stmt* statement, int i) {
-                          CookieSpec spec = cookieSpec(i);
+                          CookieShape shape = cookieShape(i);
                           std::int64_t created = kChromiumNow - 1000000LL * i;
                           sqlite3_bind_int64(statement, 1, created);
-                          bindText(statement, 2, spec.host);
-                          bindText(statement, 3, spec.name);
+                          bindText(statement, 2, shape.host);
+                          bindText(statement, 3, shape.name);
                           bindBlob(statement, 4, "v10" + bytesOf(77, i));
                           sqlite3_bind_int64(statement, 5, created + 34560000000000LL);
                           sqlite3_bind_int64(statement, 6, created);
@@ -970,14 +970,14 @@ private:
             "isSecure, isHttpOnly, inBrowserElement, sameSite, schemeMap, isPartitionedAttributeSet, updateTime) "
             "VALUES('',?,?,?,'/',?,?,?,1,0,0,256,2,0,?);",
             cookies, [](sqlite3_stmt* statement, int i) {
-                CookieSpec spec = cookieSpec(i);
+                CookieShape shape = cookieShape(i);
                 std::int64_t created = kFirefoxNow - 1000000LL * i;
-                bindText(statement, 1, spec.name);
+                bindText(statement, 1, shape.name);
                 std::string value = bytesOf(24, i);
                 std::string hex;
                 for (unsigned char c : value) hex += "0123456789abcdef"[c >> 4], hex += "0123456789abcdef"[c & 15];
                 bindText(statement, 2, hex);
-                bindText(statement, 3, spec.host);
+                bindText(statement, 3, shape.host);
                 sqlite3_bind_int64(statement, 4, created / 1000 + 34560000000LL);
                 sqlite3_bind_int64(statement, 5, created);
                 sqlite3_bind_int64(statement, 6, created);

@@ -10,7 +10,7 @@ constexpr std::string_view kTerminator = "#";
 // The versions whose block layout is known; a later one is not guessed at.
 constexpr int kOldestVersion = 2;
 constexpr int kNewestVersion = 12;
-// Only the oldest version has a spec line between the suffix and the scope.
+// Only the oldest version has a line naming the script between the suffix and the scope.
 constexpr int kSpecLineVersion = 2;
 
 std::optional<int> versionOf(std::string_view line) {

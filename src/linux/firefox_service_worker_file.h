@@ -11,7 +11,7 @@ namespace tasselby {
 // Firefox's list of service worker registrations ("serviceworker.txt"): a
 // version line, then one block of lines per registration, each block ended
 // by a line "#". A block starts with the origin-attribute suffix and the
-// scope (in the oldest version a spec line stands between them).
+// scope (in the oldest version a line naming the script stands between them).
 class FirefoxServiceWorkerFile {
 public:
     struct Registration {

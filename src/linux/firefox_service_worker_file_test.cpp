@@ -26,7 +26,7 @@ TEST(FirefoxServiceWorkerFileTest, DropsOnlyTheRegistrationsNotKept) {
 
 TEST(FirefoxServiceWorkerFileTest, TheOldestVersionHasItsScopeOnTheThirdLine) {
     std::optional<FirefoxServiceWorkerFile> file =
-        FirefoxServiceWorkerFile::parse("2\n\nhttps://a.example/spec\nhttps://a.example/\nx\n#\n");
+        FirefoxServiceWorkerFile::parse("2\n\nhttps://a.example/sw.js\nhttps://a.example/\nx\n#\n");
     ASSERT_TRUE(file);
     EXPECT_EQ(file->registrations().at(0).scope, "https://a.example/");
 }
