@@ -36,21 +36,6 @@ protected:
     CookieTableCleaner::Counts counts;
 };
 
-TEST_F(CookieTableCleanerTest, DryRunCountsWhatTheRunRemoves) {
-    for (bool secure : {false, true}) {
-        SetUp();
-        EXPECT_EQ(cleaner.clean(path, true, secure, &counts), CookieTableCleaner::Outcome::Done);
-        EXPECT_EQ(remaining().size(), 5u);
-        CookieTableCleaner::Counts planned = counts;
-        EXPECT_EQ(cleaner.clean(path, false, secure, &counts), CookieTableCleaner::Outcome::Done);
-        EXPECT_EQ(counts.rows, 3);
-        EXPECT_EQ(counts.tracking, 2);
-        EXPECT_EQ(planned.rows, counts.rows);
-        EXPECT_EQ(planned.tracking, counts.tracking);
-        EXPECT_EQ(remaining(), (std::vector<std::string>{"kept.com sid", "sub.kept.com lang"}));
-    }
-}
-
 TEST_F(CookieTableCleanerTest, AHeldDatabaseIsLeftAsItIs) {
     Sqlite browser(path);
     ASSERT_TRUE(browser.beginTransaction());

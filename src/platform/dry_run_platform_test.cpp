@@ -44,21 +44,5 @@ TEST_F(DryRunPlatformTest, OverwritingFailsWhereARealRunWouldAndWritesNothing) {
     EXPECT_EQ(home.read("secret"), "private bytes");
 }
 
-TEST_F(DryRunPlatformTest, CookiesNotificationsAndDatabasesStayUntouched) {
-    HttpCookie kept{"a", "kept.example", "/", "1"};
-    HttpCookie gone{"b", "gone.example", "/", "2"};
-    real.cookieStorage.stored = {kept, gone};
-    dryRun.sharedHTTPCookieStorage().deleteCookie(gone);
-    dryRun.sharedHTTPCookieStorage().flush();
-    EXPECT_EQ(dryRun.sharedHTTPCookieStorage().cookies(), std::vector<HttpCookie>{kept});
-    EXPECT_TRUE(real.cookieStorage.deleted.empty());
-    EXPECT_TRUE(real.cookieStorage.flushedAfter.empty());
-
-    dryRun.defaultUserNotificationCenter().scheduleNotification({});
-    EXPECT_TRUE(real.center.scheduled.empty());
-    EXPECT_TRUE(dryRun.readOnly());
-    EXPECT_FALSE(real.readOnly());
-}
-
 }  // namespace
 }  // namespace tasselby

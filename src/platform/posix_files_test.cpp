@@ -3,13 +3,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <filesystem>
 
+#include "support/lock_holder.h"
 #include "support/sample_home.h"
 
 namespace tasselby {
@@ -106,33 +102,10 @@ TEST_F(PosixFilesTest, ReplacedContentsKeepTheModeAndTheRetiredLinkKeepsTheOldBy
 TEST_F(PosixFilesTest, AnFcntlLockOfAnotherProcessIsSeen) {
     std::string lock = tree.writeFile(".parentlock");
     EXPECT_FALSE(PosixFiles::isLockedByOtherProcess(lock));
-    int ready[2], release[2];
-    ASSERT_EQ(pipe(ready), 0);
-    ASSERT_EQ(pipe(release), 0);
-    pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        alarm(20);  // never outlives a stuck test
-        int fd = open(lock.c_str(), O_RDWR);
-        struct flock hold {};
-        hold.l_type = F_WRLCK;
-        hold.l_whence = SEEK_SET;
-        char byte = fd >= 0 && fcntl(fd, F_SETLK, &hold) == 0 ? 'y' : 'n';
-        if (write(ready[1], &byte, 1) != 1) _exit(1);
-        close(release[1]);
-        if (read(release[0], &byte, 1) < 0) _exit(1);
-        _exit(0);
+    {
+        testing::LockHolder browser(lock);
+        EXPECT_TRUE(PosixFiles::isLockedByOtherProcess(lock));
     }
-    close(release[0]);
-    char byte = 0;
-    ASSERT_EQ(read(ready[0], &byte, 1), 1);
-    EXPECT_EQ(byte, 'y');
-    EXPECT_TRUE(PosixFiles::isLockedByOtherProcess(lock));
-    close(release[1]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    close(ready[0]);
-    close(ready[1]);
     EXPECT_FALSE(PosixFiles::isLockedByOtherProcess(lock));
     EXPECT_FALSE(PosixFiles::isLockedByOtherProcess(tree.path("missing")));
 }

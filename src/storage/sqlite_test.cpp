@@ -4,7 +4,6 @@
 #include <sqlite3.h>
 
 #include <chrono>
-#include <regex>
 #include <thread>
 
 #include "support/sample_home.h"
@@ -93,21 +92,6 @@ TEST_F(SqliteTest, OpenCloseAndTheHandlesLife) {
     EXPECT_NE(db._db(), nullptr) << "SQLite hands back a handle even when the open fails";
     db.close();
     EXPECT_EQ(db._db(), nullptr);
-
-    // The path constructor opens without busy retries; the destructor
-    // releases a failed open's handle and an adopted one alike (the sanitizer
-    // build checks).
-    Sqlite opened(path());
-    EXPECT_EQ(opened.busyRetryTimeout(), 0);
-    EXPECT_EQ(opened.filePath(), path());
-    EXPECT_EQ(Sqlite().busyRetryTimeout(), 1);
-    Sqlite failed(folder / "missing/folder/test.sqlite");
-    EXPECT_FALSE(failed.filePath());
-    sqlite3* handle = nullptr;
-    ASSERT_EQ(sqlite3_open(path().c_str(), &handle), SQLITE_OK);
-    Sqlite adopted;
-    adopted.set_db(handle);
-    EXPECT_TRUE(adopted.executeQuery("SELECT * FROM first;"));
 }
 
 TEST_F(SqliteTest, ArgumentsBindByTheirKind) {
@@ -179,14 +163,6 @@ TEST_F(SqliteBusyTest, NegativeTimeoutRetriesUntilTheLockGoes) {
     auto result = db.executeQuery("SELECT * FROM t;");
     release.join();
     EXPECT_EQ(result, (SqlRows{{{"a", text("kept")}}}));
-}
-
-TEST(SqliteClassTest, VersionAndUuids) {
-    EXPECT_EQ(Sqlite::version(), sqlite3_libversion());
-    const std::string uuid = Sqlite::createUuid();
-    EXPECT_TRUE(std::regex_match(uuid, std::regex("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}")))
-        << uuid;
-    EXPECT_NE(Sqlite::createUuid(), uuid);
 }
 
 }  // namespace

@@ -1,12 +1,10 @@
 #include <gtest/gtest.h>
-#include <sqlite3.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "base/names.h"
 #include "integration/worker_run.h"
 #include "platform/binary_cookie_file.h"
 #include "support/cookie_stores.h"
+#include "support/lock_holder.h"
 #include "support/password_stores.h"
 
 namespace tasselby::testing {
@@ -90,50 +88,6 @@ TEST_F(CookieRun, SafariRewritesTheCookieFileWithoutTheRemovedCookies) {
     EXPECT_EQ(home.read(kBinaryCookieFile), expected);
 }
 
-// A second process that holds a database under an exclusive lock until the
-// object goes.
-class ExclusiveLock {
-public:
-    explicit ExclusiveLock(const std::string& path) {
-        int ready[2], release[2];
-        if (pipe(ready) != 0 || pipe(release) != 0) throw std::runtime_error("pipe");
-        child_ = fork();
-        if (child_ == 0) {
-            close(ready[0]);
-            close(release[1]);
-            sqlite3* db = nullptr;
-            char byte = sqlite3_open(path.c_str(), &db) == SQLITE_OK &&
-                                sqlite3_exec(db, "BEGIN EXCLUSIVE;", nullptr, nullptr, nullptr) == SQLITE_OK
-                            ? 'y'
-                            : 'n';
-            (void)!write(ready[1], &byte, 1);
-            (void)!read(release[0], &byte, 1);  // until the parent closes its end
-            sqlite3_exec(db, "ROLLBACK;", nullptr, nullptr, nullptr);
-            sqlite3_close(db);
-            _exit(0);
-        }
-        close(ready[1]);
-        close(release[0]);
-        release_ = release[1];
-        char byte = 'n';
-        locked_ = read(ready[0], &byte, 1) == 1 && byte == 'y';
-        close(ready[0]);
-    }
-    ~ExclusiveLock() { unlock(); }
-    void unlock() {
-        if (child_ <= 0) return;
-        close(release_);
-        waitpid(child_, nullptr, 0);
-        child_ = -1;
-    }
-    bool locked() const { return locked_; }
-
-private:
-    pid_t child_ = -1;
-    int release_ = -1;
-    bool locked_ = false;
-};
-
 TEST_F(CookieRun, LockedOrBrokenProfileDoesNotStopTheOthers) {
     home.writeSuitePreferences({{kDisplayNotifications, true}, {kRemoveAll, true}});
     home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}, {"Profile 2", "Old"}});
@@ -145,10 +99,11 @@ TEST_F(CookieRun, LockedOrBrokenProfileDoesNotStopTheOthers) {
     std::string garbage(2048, '\x5a');
     home.writeFile(profileFile(kChromeRoot, "Profile 2", "Cookies"), garbage);
 
-    ExclusiveLock lock(home.path(profileFile(kChromeRoot, "Default", "Cookies")));
-    ASSERT_TRUE(lock.locked());
-    WorkerResult result = run.run({kGoogleChrome});
-    lock.unlock();
+    WorkerResult result;
+    {
+        LockHolder chrome(home.path(profileFile(kChromeRoot, "Default", "Cookies")));
+        result = run.run({kGoogleChrome});
+    }
 
     EXPECT_EQ(result.exitStatus, 0) << result.standardError;
     EXPECT_EQ(cookieCounts(result), "20 Cookies (5 Tracking Cookies),") << "only the unlocked profile was read";

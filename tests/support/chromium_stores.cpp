@@ -19,15 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string sqlText(const std::string& text) {
-    std::string out = "'";
-    for (char c : text) {
-        out += c;
-        if (c == '\'') out += '\'';
-    }
-    return out + "'";
-}
-
 void freshDatabase(const std::string& path) {
     fs::create_directories(fs::path(path).parent_path());
     fs::remove(path);
@@ -74,7 +65,7 @@ void writeLoginData(const std::string& path, const std::vector<SavedLogin>& logi
     for (const SavedLogin& login : logins) {
         sql += "INSERT INTO logins (origin_url, username_value, password_value, signon_realm, date_created, "
                "blacklisted_by_user, scheme) VALUES (" +
-               sqlText(login.originUrl) + ", 'alice', X'763130AABBCC', " + sqlText(login.signonRealm) +
+               sqlQuoted(login.originUrl) + ", 'alice', X'763130AABBCC', " + sqlQuoted(login.signonRealm) +
                ", 13300000000000000, " + (login.blacklisted ? "1" : "0") + ", 0);\n";
     }
     executeSql(path, sql);
@@ -85,8 +76,8 @@ void writeChromiumCookiesV24(const std::string& path, const std::vector<Chromium
     std::string sql = kCookiesSchema;
     long creation = 13300000000000000;
     for (const ChromiumCookie& cookie : cookies) {
-        sql += "INSERT INTO cookies VALUES (" + std::to_string(creation++) + ", " + sqlText(cookie.hostKey) + ", " +
-               sqlText(cookie.topFrameSiteKey) + ", " + sqlText(cookie.name) +
+        sql += "INSERT INTO cookies VALUES (" + std::to_string(creation++) + ", " + sqlQuoted(cookie.hostKey) + ", " +
+               sqlQuoted(cookie.topFrameSiteKey) + ", " + sqlQuoted(cookie.name) +
                ", '', X'7631300102', '/', 13400000000000000, 0, 0, 13300000000000000, 1, 1, 1, -1, 1, 80, "
                "13300000000000000, 0, 0);\n";
     }
@@ -226,7 +217,7 @@ void writeWebStorage(const std::string& webStorage, const std::vector<std::strin
     for (const std::string& key : storageKeys) {
         std::string host = key.substr(key.find("://") + 3);
         host = host.substr(0, host.find_first_of(":/^"));
-        sql += "INSERT INTO buckets VALUES (" + std::to_string(id) + ", " + sqlText(key) + ", " + sqlText(host) +
+        sql += "INSERT INTO buckets VALUES (" + std::to_string(id) + ", " + sqlQuoted(key) + ", " + sqlQuoted(host) +
                ", '_default', 1, 13300000000000000, 13300000000000000, 0, 0, 0, 1);";
         SampleHome(webStorage).writeFile(std::to_string(id) + "/IndexedDB/indexeddb.leveldb/CURRENT", "MANIFEST-000001\n");
         ++id;

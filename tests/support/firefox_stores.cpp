@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <stdexcept>
 
 #include "support/cookie_stores.h"
@@ -35,12 +34,6 @@ constexpr const char* kStorageIndexSchema =
     "last_access_time INTEGER NOT NULL, accessed INTEGER NOT NULL, persisted INTEGER NOT NULL, "
     "PRIMARY KEY (repository_id, origin), FOREIGN KEY (repository_id) REFERENCES repository(id));";
 
-std::string sqlLiteral(const std::string& text) {
-    std::string result = "'";
-    for (char c : text) result += c == '\'' ? std::string("''") : std::string(1, c);
-    return result + "'";
-}
-
 }  // namespace
 
 void writeText(const std::string& path, const std::string& text) {
@@ -48,13 +41,6 @@ void writeText(const std::string& path, const std::string& text) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out << text;
     if (!out) throw std::runtime_error("cannot write " + path);
-}
-
-std::string readText(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
 }
 
 void writeProfilesIni(const std::string& root, const std::vector<ProfileListing>& profiles) {
@@ -77,8 +63,8 @@ void writeFirefoxCookies(const std::string& path, const std::vector<FirefoxCooki
         ++id;
         sql += "INSERT INTO moz_cookies (id, originAttributes, name, value, host, path, expiry, lastAccessed, "
                "creationTime, isSecure, isHttpOnly, updateTime) VALUES (" +
-               std::to_string(id) + ", " + sqlLiteral(cookie.originAttributes) + ", " + sqlLiteral(cookie.name) +
-               ", 'v', " + sqlLiteral(cookie.host) + ", '/', 1821312210000, 1763860000000000, " +
+               std::to_string(id) + ", " + sqlQuoted(cookie.originAttributes) + ", " + sqlQuoted(cookie.name) +
+               ", 'v', " + sqlQuoted(cookie.host) + ", '/', 1821312210000, 1763860000000000, " +
                std::to_string(1763860000000000 + id) + ", 0, 0, 1763860000000000);";
     }
     executeSql(path, sql);
@@ -102,8 +88,8 @@ void writeStorageIndex(const std::string& profile, const std::vector<std::string
         std::size_t marker = origin.find('^');
         std::string suffix = marker == std::string::npos ? "" : origin.substr(marker);
         for (int repository : i == 0 ? std::vector<int>{2, 1} : std::vector<int>{2}) {
-            sql += "INSERT INTO origin VALUES (" + std::to_string(repository) + ", " + sqlLiteral(suffix) + ", " +
-                   sqlLiteral(origin.substr(0, marker)) + ", " + sqlLiteral(origin) +
+            sql += "INSERT INTO origin VALUES (" + std::to_string(repository) + ", " + sqlQuoted(suffix) + ", " +
+                   sqlQuoted(origin.substr(0, marker)) + ", " + sqlQuoted(origin) +
                    ", 'I49152 L24', 49176, 1763860000000000, 1, 0);";
         }
     }

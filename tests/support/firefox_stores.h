@@ -43,6 +43,5 @@ void writeLoginsJson(const std::string& profile, const std::vector<std::string>&
 
 // A file of the given text, folders made.
 void writeText(const std::string& path, const std::string& text);
-std::string readText(const std::string& path);
 
 }  // namespace tasselby::testing

@@ -76,4 +76,10 @@ std::vector<std::string> queryColumn(const std::string& path, const std::string&
 
 void executeSql(const std::string& path, const std::string& sql) { FixtureDatabase(path).run(sql); }
 
+std::string sqlQuoted(const std::string& text) {
+    std::string out = "'";
+    for (char c : text) out += c == '\'' ? std::string("''") : std::string(1, c);
+    return out + "'";
+}
+
 }  // namespace tasselby::testing

@@ -37,5 +37,7 @@ std::optional<std::vector<std::string>> columnValues(const std::string& path, co
 std::vector<std::string> queryColumn(const std::string& path, const std::string& sql);
 // Runs statements on the database at path, made when missing; throws on failure.
 void executeSql(const std::string& path, const std::string& sql);
+// The text as an SQL string literal.
+std::string sqlQuoted(const std::string& text);
 
 }  // namespace tasselby::testing
