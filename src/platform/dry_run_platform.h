@@ -48,6 +48,11 @@ public:
     std::vector<std::string> contentsOfDirectory(const std::string& path) override;
     std::optional<std::string> readUtf8File(const std::string& path) override;
     bool removeItem(const std::string& path) override;
+    // A replacement is reported as made and writes nothing.
+    bool replaceFileContents(const std::string&, const std::string&, const std::optional<std::string>&) override {
+        return true;
+    }
+    bool isLockedByOtherProcess(const std::string& path) override { return real_.isLockedByOtherProcess(path); }
 
     int openForOverwrite(const std::string& path) override;
     std::optional<std::uint64_t> sizeOfOpenFile(int fd) override { return real_.sizeOfOpenFile(fd); }

@@ -62,8 +62,8 @@ std::string serialize(plist_t root, PropertyListFile::Format format) {
 
 bool writeAll(int fd, const std::string& bytes) {
     std::size_t done = 0;
-    while (done < bytes->size()) {
-        ssize_t written = ::write(fd, bytes->data() + done, bytes->size() - done);
+    while (done < bytes.size()) {
+        ssize_t written = ::write(fd, bytes.data() + done, bytes.size() - done);
         if (written < 0 && errno == EINTR) continue;
         if (written <= 0) return false;
         done += static_cast<std::size_t>(written);
