@@ -1,10 +1,12 @@
 #include "storage/secure_delete.h"
 
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 
 #include "platform/fake_platform.h"
 #include "support/overwrite_pattern.h"
@@ -122,6 +124,29 @@ TEST_F(SecureDeleteTest, FailedWritesCountAsMinusOneUntilTheyStopMakingProgress)
     EXPECT_TRUE(platform.openFiles.empty());
 }
 
+// A real full disk: a small file system filled up, and a sparse file whose
+// holes can no longer be given blocks. Needs the right to mount.
+TEST_F(SecureDeleteTest, SparseFileOnAFullDiskIsGivenUp) {
+    std::string disk = home.makeFolder("disk");
+    if (mount("tasselby-test", disk.c_str(), "tmpfs", 0, "size=1m") != 0) {
+        GTEST_SKIP() << "cannot mount a file system here";
+    }
+    struct Unmount {
+        std::string path;
+        ~Unmount() { umount2(path.c_str(), MNT_DETACH); }
+    } unmount{disk};
+    std::string sparse = disk + "/sparse";
+    std::filesystem::resize_file(home.writeFile("disk/sparse", ""), 64 << 20);
+    std::string filler = home.writeFile("disk/filler", "");
+    {
+        std::ofstream out(filler, std::ios::binary);
+        std::string block(4096, 'x');
+        while (out.write(block.data(), static_cast<std::streamsize>(block.size()))) {
+        }
+    }
+    EXPECT_FALSE(SecureDelete::wipe(platform, sparse));
+    EXPECT_EQ(std::filesystem::file_size(sparse), std::uintmax_t{64} << 20);
+}
 TEST_F(SecureDeleteTest, WipeContentsofDirOverwritesTheOneFileAndPassesOverAMissingOne) {
     EXPECT_TRUE(SecureDelete::wipe(platform, folder / "missing"));
     EXPECT_TRUE(SecureDelete::wipeContentsofDir(platform, folder / "missing"));
