@@ -19,7 +19,8 @@ bash scripts/check-package.sh build
 
 echo "== Build and test under AddressSanitizer and UndefinedBehaviorSanitizer (build-asan/)"
 cmake -S . -B build-asan -DTASSELBY_WERROR=ON -DTASSELBY_SANITIZE=ON
-cmake --build build-asan -j"$jobs"
+# The tests and the programs they run; the benchmarks are built once, above.
+cmake --build build-asan -j"$jobs" --target tasselby_unit_tests tasselby_integration_tests
 # The settings reach the worker too: the integration tests hand the
 # environment down to it through the session bus.
 export ASAN_OPTIONS=halt_on_error=1:detect_leaks=1
