@@ -36,8 +36,13 @@ class Chromium:
         self.profile = self.user_data / "Default"
         self.log = pathlib.Path(log)
         self._process = None
+        self._reader = None
 
     def start(self, timeout=30):
+        # The reader of an earlier start ends at its pipe's end of file; it
+        # must be gone before new pipes may take its descriptor numbers.
+        if self._reader is not None:
+            self._reader.join(10)
         commands_in, self._commands = os.pipe()
         self._answers, answers_out = os.pipe()
         # The browser's ends move above 4 so that placing them cannot clash.
@@ -54,26 +59,28 @@ class Chromium:
         os.close(commands_in)
         os.close(answers_out)
         self._next_id = 0
-        self._results = {}
-        self._arrived = threading.Condition()
-        self._closed = False
-        threading.Thread(target=self._read_answers, daemon=True).start()
+        # Each start has its own answers, so a reader left over from an
+        # earlier start can never answer for this one.
+        self._session = Session(self._answers)
+        self._reader = threading.Thread(target=self._session.read_answers, daemon=True)
+        self._reader.start()
         self.call("Browser.getVersion", timeout=timeout)
 
     def call(self, method, params=None, timeout=30):
         """Sends one command and answers its result; raises on an error
         answer, on a browser that exits, and after `timeout` seconds."""
-        with self._arrived:
+        session = self._session
+        with session.arrived:
             self._next_id += 1
             ident = self._next_id
         message = json.dumps({"id": ident, "method": method, "params": params or {}})
         os.write(self._commands, message.encode() + b"\0")
-        with self._arrived:
-            if not self._arrived.wait_for(lambda: ident in self._results or self._closed, timeout):
+        with session.arrived:
+            if not session.arrived.wait_for(lambda: ident in session.results or session.closed, timeout):
                 raise TimeoutError(f"{method}: no answer within {timeout} s")
-            if ident not in self._results:
+            if ident not in session.results:
                 raise RuntimeError(f"{method}: the browser closed its pipe")
-            answer = self._results.pop(ident)
+            answer = session.results.pop(ident)
         if "error" in answer:
             raise RuntimeError(f"{method}: {answer['error']}")
         return answer.get("result", {})
@@ -135,24 +142,34 @@ class Chromium:
     def password_stores(self):
         return [self.profile / "Login Data", self.profile / "Login Data For Account"]
 
-    def _read_answers(self):
+
+class Session:
+    """The answers of one browser start, read from its own pipe."""
+
+    def __init__(self, answers):
+        self.answers = answers
+        self.results = {}
+        self.arrived = threading.Condition()
+        self.closed = False
+
+    def read_answers(self):
         buffer = b""
         while True:
-            chunk = os.read(self._answers, 65536)
+            chunk = os.read(self.answers, 65536)
             if not chunk:
                 break
             buffer += chunk
             *messages, buffer = buffer.split(b"\0")
-            with self._arrived:
+            with self.arrived:
                 for message in messages:
                     answer = json.loads(message)
                     if "id" in answer:
-                        self._results[answer["id"]] = answer
-                self._arrived.notify_all()
-        os.close(self._answers)
-        with self._arrived:
-            self._closed = True
-            self._arrived.notify_all()
+                        self.results[answer["id"]] = answer
+                self.arrived.notify_all()
+        os.close(self.answers)
+        with self.arrived:
+            self.closed = True
+            self.arrived.notify_all()
 
 
 def above_four(fd):
