@@ -13,17 +13,6 @@ namespace tasselby {
 
 namespace {
 
-bool writeAll(int fd, const std::string& bytes) {
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        ssize_t written = ::write(fd, bytes.data() + done, bytes.size() - done);
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        done += static_cast<std::size_t>(written);
-    }
-    return true;
-}
-
 // Replaces the file in one step: the new bytes go to a temporary file in the
 // same folder, reach the disk, and are renamed over the original, so a reader
 // (or a crash) sees either the old file or the new one, never a half-written
@@ -34,7 +23,7 @@ bool replaceFile(const std::string& path, const std::string& bytes) {
     std::string temporary = path + ".XXXXXX";
     int fd = ::mkstemp(temporary.data());
     if (fd < 0) return false;
-    bool written = writeAll(fd, bytes) && ::fchmod(fd, original.st_mode & 07777) == 0 && ::fsync(fd) == 0;
+    bool written = PosixFiles::writeAll(fd, bytes) && ::fchmod(fd, original.st_mode & 07777) == 0 && ::fsync(fd) == 0;
     written = ::close(fd) == 0 && written;
     if (!written || ::rename(temporary.c_str(), path.c_str()) != 0) {
         ::unlink(temporary.c_str());

@@ -126,6 +126,17 @@ bool PosixFiles::removeItem(const std::string& givenPath) {
     return rmdir(path.c_str()) == 0;
 }
 
+bool PosixFiles::writeAll(int fd, std::string_view bytes) {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        ssize_t written = write(fd, bytes.data() + done, bytes.size() - done);
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return false;
+        done += static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
 bool PosixFiles::replaceFileContents(const std::string& path, const std::string& contents,
                                      const std::optional<std::string>& retiredPath) {
     struct stat old;
@@ -133,13 +144,7 @@ bool PosixFiles::replaceFileContents(const std::string& path, const std::string&
     std::string temporary = path + ".tasselby-XXXXXX";
     int fd = mkstemp(temporary.data());
     if (fd < 0) return false;
-    bool written = true;
-    for (std::size_t done = 0; written && done < contents.size();) {
-        ssize_t n = write(fd, contents.data() + done, contents.size() - done);
-        if (n < 0 && errno == EINTR) continue;
-        written = n > 0;
-        if (written) done += static_cast<std::size_t>(n);
-    }
+    bool written = writeAll(fd, contents);
     // The new file belongs to whoever owned the old one; a worker run by
     // another user than the owner cannot give it away, and that is not worth
     // failing for. The mode matters more: the browser chose it.

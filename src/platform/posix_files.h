@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/platform.h"
@@ -38,6 +39,9 @@ public:
     static std::optional<std::uint64_t> sizeOfOpenFile(int fd);
     static long writeToFile(int fd, const unsigned char* bytes, std::size_t count);
     static bool closeFile(int fd);
+    // Writes every byte, retrying after an interruption; false on the first
+    // write that fails or takes nothing.
+    static bool writeAll(int fd, std::string_view bytes);
 };
 
 // Whether the bytes are well-formed UTF-8 (no overlongs, surrogates or values past U+10FFFF).

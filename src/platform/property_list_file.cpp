@@ -60,17 +60,6 @@ std::string serialize(plist_t root, PropertyListFile::Format format) {
     return text;
 }
 
-bool writeAll(int fd, const std::string& bytes) {
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        ssize_t written = ::write(fd, bytes.data() + done, bytes.size() - done);
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        done += static_cast<std::size_t>(written);
-    }
-    return true;
-}
-
 std::string folderOf(const std::string& path) {
     std::size_t slash = path.rfind('/');
     if (slash == std::string::npos) return ".";
@@ -125,7 +114,7 @@ std::optional<std::string> PropertyListFile::save(const std::string& path) const
         return reason;
     };
     if (::fchmod(file.get(), kPreferencesMode) != 0) return fail("cannot set the mode of " + temporary);
-    if (!writeAll(file.get(), bytes)) return fail("cannot write " + temporary);
+    if (!PosixFiles::writeAll(file.get(), bytes)) return fail("cannot write " + temporary);
     if (::fsync(file.get()) != 0) return fail("cannot sync " + temporary);
     if (!file.close()) return fail("cannot close " + temporary);
     if (::rename(temporary.c_str(), path.c_str()) != 0) return fail("cannot replace " + path);
