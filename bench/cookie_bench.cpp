@@ -1,5 +1,6 @@
 // Cookie cleaning against plain SQLite:
 //   cookie_bench [COOKIES]      (default 20000; a second round runs with a tenth)
+//   cookie_bench --peaks        (the peak-memory rounds alone)
 // For Chrome (three profiles) and Firefox (three profiles), COOKIES cookies
 // over COOKIES/10 sites, half of the sites kept, one cookie in ten with a
 // tracking name. Each measurement runs in a child process over a fresh copy
@@ -220,9 +221,11 @@ void reportPeaks() {
 }  // namespace
 
 int main(int argc, char* argv[]) {
-    std::size_t cookies = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 20000;
+    const bool peaksOnly = argc > 1 && std::string(argv[1]) == "--peaks";
+    std::size_t cookies = argc > 1 && !peaksOnly ? std::strtoul(argv[1], nullptr, 10) : 20000;
     std::printf("SQLite %s\n", sqlite3_libversion());
     for (bool chrome : {true, false}) {
+        if (peaksOnly) break;
         report(cookies, chrome, true);
         report(cookies / 10, chrome, false);
     }

@@ -65,11 +65,16 @@ public:
         }
         std::vector<std::size_t>().swap(places);
         std::vector<RecordFingerprint>().swap(fingerprints_);
+        const auto records = static_cast<std::size_t>(std::count(first.begin(), first.end(), true));
+        result.storedCookies.reserve(storedCookies_.empty() ? 0 : records);
+        result.rows.reserve(rows_.empty() ? 0 : records);
         for (std::size_t place = 0; place < combined.size(); ++place) {
             if (!first[place]) continue;
             if (!storedCookies_.empty()) result.storedCookies.push_back(std::move(storedCookies_[combined[place]]));
             if (!rows_.empty()) result.rows.push_back(std::move(rows_[combined[place]]));
         }
+        std::vector<HttpCookie>().swap(storedCookies_);
+        std::vector<CookieRow>().swap(rows_);
         return result;
     }
 

@@ -17,40 +17,37 @@ std::string doublingQuotes(std::string_view text) {
     return doubled;
 }
 
-// The deletion statement of every row that has an identifying value, in list
-// order: its host and that value, quotes doubled, written into the statement.
-// A row without one (SQL NULL) gets none: no statement could name it. Built
-// once and sent to every profile; each row is freed as its statement is
-// written, so the rows are gone before the deletions start.
-std::vector<std::string> deletionStatements(std::vector<CookieRow> rows, const char* format) {
-    std::vector<std::string> statements;
-    statements.reserve(rows.size());
-    for (CookieRow& row : rows) {
-        if (std::optional<std::string_view> key = row.key()) {
-            statements.push_back(stringWithFormat(format, {doublingQuotes(row.host()), doublingQuotes(*key)}));
-        }
-        row.release();
-    }
-    return statements;
+// The deletion statement of a row that has an identifying value: its host
+// and that value, quotes doubled, written into the statement. A row without
+// one (SQL NULL) gets none: no statement could name it. Each statement is
+// written just before it is sent, so the list holds rows, not statements.
+std::optional<std::string> deletionStatement(const CookieRow& row, const char* format) {
+    std::optional<std::string_view> key = row.key();
+    if (!key) return std::nullopt;
+    return stringWithFormat(format, {doublingQuotes(row.host()), doublingQuotes(*key)});
 }
 
 // One connection serves the whole list. A failed statement (a locked
 // database, say) is passed over: the counts report what was chosen, not
 // what went.
-void deleteFromMozillaDatabase(Platform& platform, const std::string& path, const std::vector<std::string>& statements) {
+void deleteFromMozillaDatabase(Platform& platform, const std::string& path, const std::vector<CookieRow>& rows) {
     Sqlite database;
     if (!database.open(path, platform.readOnly())) return;
-    for (const std::string& statement : statements) database.executeQuery(statement);
+    for (const CookieRow& row : rows) {
+        if (std::optional<std::string> statement = deletionStatement(row, kDeleteMozillaCookie)) {
+            database.executeQuery(*statement);
+        }
+    }
 }
 
 // A fresh connection for every record: the cost (profiles times records
 // openings) is accepted, so that each deletion stands on its own.
-void deleteFromChromiumDatabase(Platform& platform, const std::string& path,
-                                const std::vector<std::string>& statements) {
-    for (const std::string& statement : statements) {
-        if (!platform.fileExists(path)) continue;
+void deleteFromChromiumDatabase(Platform& platform, const std::string& path, const std::vector<CookieRow>& rows) {
+    for (const CookieRow& row : rows) {
+        std::optional<std::string> statement = deletionStatement(row, kDeleteChromiumCookie);
+        if (!statement || !platform.fileExists(path)) continue;
         Sqlite database;
-        if (database.open(path, platform.readOnly())) database.executeQuery(statement);
+        if (database.open(path, platform.readOnly())) database.executeQuery(*statement);
     }
 }
 
@@ -66,25 +63,21 @@ std::array<long, 2> WorkerAppDelegate::removeCookies(const std::string& browser,
     } else if (browser == kFirefox) {
         // A record does not remember its profile, so the whole list goes to
         // every profile; a row elsewhere with the same host and id goes too.
-        std::vector<std::string> statements =
-            deletionStatements(std::move(rows), kDeleteMozillaCookie);
         for (const std::string& folder : firefoxProfileFolders(*this)) {
             std::string path = appendingPathComponent(folder, kMozillaCookieFile);
-            if (platform_.fileExists(path)) deleteFromMozillaDatabase(platform_, path, statements);
+            if (platform_.fileExists(path)) deleteFromMozillaDatabase(platform_, path, rows);
         }
     } else if (browser == kCamino) {
         std::string path = expandTilde(kCaminoCookieDatabase);
         if (platform_.fileExists(path)) {
-            deleteFromMozillaDatabase(platform_, path, deletionStatements(std::move(rows), kDeleteMozillaCookie));
+            deleteFromMozillaDatabase(platform_, path, rows);
         }
     } else if (isChromiumFamily(browser)) {
         std::vector<std::string> folders = chromiumProfileFolders(*this, browser);
         // Certificates are pruned before any cookie is deleted.
         deleteChromeChannelID(browser, keepCookies);
-        std::vector<std::string> statements =
-            deletionStatements(std::move(rows), kDeleteChromiumCookie);
         for (const std::string& folder : folders) {
-            deleteFromChromiumDatabase(platform_, appendingPathComponent(folder, kChromiumCookieFile), statements);
+            deleteFromChromiumDatabase(platform_, appendingPathComponent(folder, kChromiumCookieFile), rows);
         }
     }
     return counts;

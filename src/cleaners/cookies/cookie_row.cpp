@@ -1,20 +1,20 @@
 #include "cleaners/cookies/cookie_row.h"
 
+#include <algorithm>
+
 namespace tasselby {
 
 CookieRow::CookieRow(std::string_view host, std::optional<std::string_view> key)
-    : hostSize_(static_cast<std::uint32_t>(host.size())) {
-    values_.reserve(host.size() + (key ? key->size() + 1 : 0));
-    values_.append(host);
-    if (key) {
-        values_.push_back('\0');
-        values_.append(*key);
-    }
+    : values_(new char[host.size() + (key ? key->size() : 0)]),
+      hostSize_(static_cast<std::uint32_t>(host.size())),
+      keySize_(key ? static_cast<std::uint32_t>(key->size()) : kNoKey) {
+    char* end = std::copy(host.begin(), host.end(), values_.get());
+    if (key) std::copy(key->begin(), key->end(), end);
 }
 
 std::optional<std::string_view> CookieRow::key() const {
-    if (values_.size() == hostSize_) return std::nullopt;
-    return std::string_view(values_).substr(hostSize_ + 1);
+    if (keySize_ == kNoKey) return std::nullopt;
+    return std::string_view(values_.get() + hostSize_, keySize_);
 }
 
 }  // namespace tasselby
