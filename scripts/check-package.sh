@@ -24,7 +24,7 @@ for item in ./usr/bin/tasselby-worker ./usr/bin/tasselby-defaults \
     grep -qF " $item" <<<"$contents" || fail "$item is missing from the package"
 done
 depends=$(dpkg-deb -f "$package" Depends)
-[[ $depends == *libplist* && $depends == *libsqlite3* ]] || fail "dependencies were not computed: '$depends'"
+[[ $depends == *libplist* && $depends == *libglib2.0* ]] || fail "dependencies were not computed: '$depends'"
 echo "Depends: $depends"
 
 unpacked=$(mktemp -d "${TMPDIR:-/tmp}/tasselby-package-XXXXXX")
