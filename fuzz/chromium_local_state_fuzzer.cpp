@@ -10,8 +10,9 @@
 #include "linux/chromium_profiles.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string text(tasselby::fuzz::text(data, size));
     std::set<std::string> seen;
-    for (const std::string& key : tasselby::ChromiumProfiles::keysOfLocalState(std::string(tasselby::fuzz::text(data, size)))) {
+    for (const std::string& key : tasselby::ChromiumProfiles::keysOfLocalState(text)) {
         if (!tasselby::isFolderName(key) || key.find('\0') != std::string::npos) std::abort();
         if (!seen.insert(key).second) std::abort();
         tasselby::ChromiumProfiles::isProfileFolderName(key);

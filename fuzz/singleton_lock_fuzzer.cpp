@@ -16,8 +16,10 @@ namespace {
 using tasselby::FirefoxLockLink;
 using tasselby::RunningBrowser;
 
-// Whether text is the decimal spelling of pid (leading zeros allowed).
-bool spells(std::string_view text, long pid) {
+// Whether text is head and then a decimal spelling of pid (leading zeros allowed).
+bool writtenAs(std::string_view text, const std::string& head, long pid) {
+    if (!text.starts_with(head)) return false;
+    text.remove_prefix(head.size());
     long read = 0;
     auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), read);
     return error == std::errc() && end == text.data() + text.size() && read == pid;
@@ -29,20 +31,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text(tasselby::fuzz::text(data, size));
     if (std::optional<RunningBrowser::LockOwner> owner = RunningBrowser::parseSingletonLock(text)) {
         if (owner->host.empty() || owner->pid <= 0) std::abort();
-        if (!text.starts_with(owner->host + "-") || !spells(std::string_view(text).substr(owner->host.size() + 1), owner->pid)) {
-            std::abort();
-        }
+        if (!writtenAs(text, owner->host + "-", owner->pid)) std::abort();
     }
     if (std::optional<FirefoxLockLink> link = FirefoxLockLink::parse(text)) {
         if (link->address.empty() || link->pid <= 0) std::abort();
-        if (!text.starts_with(link->address + ":+") || !spells(std::string_view(text).substr(link->address.size() + 2), link->pid)) {
-            std::abort();
-        }
+        if (!writtenAs(text, link->address + ":+", link->pid)) std::abort();
     }
     // The bytes as a host (or address), with a process id of their length.
     if (!text.empty()) {
         long pid = static_cast<long>(size) * 7919;
-        std::optional<RunningBrowser::LockOwner> owner = RunningBrowser::parseSingletonLock(text + "-" + std::to_string(pid));
+        std::optional<RunningBrowser::LockOwner> owner =
+            RunningBrowser::parseSingletonLock(text + "-" + std::to_string(pid));
         if (!owner || owner->host != text || owner->pid != pid) std::abort();
         if (FirefoxLockLink::parse(text + ":+" + std::to_string(pid)) != FirefoxLockLink{text, pid}) std::abort();
     }

@@ -22,7 +22,8 @@ bool same(const std::optional<WebOrigin>& a, const WebOrigin& b) {
 
 void checkValid(const WebOrigin& origin) {
     if (origin.scheme != "http" && origin.scheme != "https") std::abort();
-    if (origin.host.empty() || origin.host.find_first_of(std::string_view("/\\ ^@\0", 6)) != std::string::npos) std::abort();
+    const std::string_view notInHost("/\\ ^@\0", 6);
+    if (origin.host.empty() || origin.host.find_first_of(notInHost) != std::string::npos) std::abort();
     bool bracketed = origin.host.starts_with('[') && origin.host.ends_with(']');
     if (!bracketed && origin.host.find_first_of("[]:") != std::string::npos) std::abort();
     if (origin.port < 0 || origin.port > 65535 || origin.port == (origin.scheme == "http" ? 80 : 443)) std::abort();

@@ -135,8 +135,9 @@ ChromiumStorageKeys::ServiceWorkerDeletion ChromiumStorageKeys::serviceWorkerDel
         WebOrigin origin;
     };
     std::vector<Owner> registrations;
-    std::map<std::string, std::vector<std::string>> keysById;       // REGID_TO_ORIGIN, user data
-    std::map<std::string, std::vector<std::string>> keysByVersion;  // RES
+    using Filed = std::map<std::string, std::vector<std::string>>;
+    Filed keysById;       // REGID_TO_ORIGIN, user data
+    Filed keysByVersion;  // RES
     std::vector<std::pair<std::string, WebOrigin>> uniqueOrigins;
     for (const auto& [key, value] : entries) {
         std::string_view rest = key;
@@ -174,8 +175,7 @@ ChromiumStorageKeys::ServiceWorkerDeletion ChromiumStorageKeys::serviceWorkerDel
     auto take = [&](const std::string& key) {
         if (taken.insert(key).second) deletion.keys.push_back(key);
     };
-    auto takeFiled = [&](const std::map<std::string, std::vector<std::string>>& filed, const std::set<std::string>& kept,
-                         const std::string& under) {
+    auto takeFiled = [&](const Filed& filed, const std::set<std::string>& kept, const std::string& under) {
         auto keys = filed.find(under);
         if (keys == filed.end() || kept.contains(under)) return;
         for (const std::string& key : keys->second) take(key);
