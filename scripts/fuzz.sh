@@ -52,7 +52,7 @@ for source in fuzz/*_fuzzer.cpp; do
     executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
     coverage=$(grep -o 'cov: [0-9]*' "$log" | tail -n 1)
     features=$(grep -o 'ft: [0-9]*' "$log" | tail -n 1)
-    summary+=("$(printf '%-28s %12s executions   %s   %s' "$target" "$executions" "$coverage" "$features")")
+    summary+=("$(printf '%-36s %12s executions   %s   %s' "$target" "$executions" "$coverage" "$features")")
 done
 if ((${#summary[@]} > 0)); then
     echo "== Summary (${seconds}s each)"

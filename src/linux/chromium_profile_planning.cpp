@@ -2,7 +2,6 @@
 // reads the profile's stores.
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <set>
 
 #include "base/text.h"
@@ -49,19 +48,9 @@ constexpr std::string_view kIndexedDbSuffixes[] = {".indexeddb.leveldb", ".index
 constexpr std::string_view kLegacyLocalStorageSuffix = ".localstorage";
 constexpr std::string_view kJournalSuffix = "-journal";
 
-// Service-worker keys besides the registrations, each followed by an id or origin.
-constexpr std::string_view kRegistrationOriginPrefix = "REGID_TO_ORIGIN:";
-constexpr std::string_view kResourcePrefix = "RES:";
-constexpr std::string_view kUserDataPrefix = "REG_USER_DATA:";
-constexpr std::string_view kHasUserDataPrefix = "REG_HAS_USER_DATA:";
-constexpr std::string_view kUniqueOriginPrefix = "INITDATA_UNIQUE_ORIGIN:";
-
 std::string profileFile(const BrowserProfile& profile, const char* relative) {
     return appendingPathComponent(profile.path, relative);
 }
-
-// The text before the first zero byte of a key's remainder.
-std::string_view beforeZero(std::string_view text) { return text.substr(0, text.find('\0')); }
 
 std::optional<std::string> readBinaryFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
@@ -154,59 +143,18 @@ void ChromiumProfileCleaner::planServiceWorkers(const BrowserProfile& profile, C
         plan.skips.push_back({kServiceWorkers, folder, kReasonUnknownFormat, false});
         return;
     }
-    struct Registration {
-        std::string key;
-        std::string id;
-        std::optional<std::uint64_t> version;
-        WebOrigin origin;
-    };
-    std::vector<Registration> registrations;
-    std::map<std::string, std::vector<std::string>> keysById;       // REGID_TO_ORIGIN, user data
-    std::map<std::string, std::vector<std::string>> keysByVersion;  // RES
-    std::vector<std::pair<std::string, WebOrigin>> uniqueOrigins;
+    ChromiumStorageKeys::Entries entries;
     bool read = database->scan("", [&](std::string_view key, std::string_view value) {
-        if (std::optional<ChromiumStorageKeys::Registration> registration = ChromiumStorageKeys::registrationKey(key)) {
-            if (std::optional<WebOrigin> origin = WebOrigin::fromUrl(registration->origin)) {
-                registrations.push_back({std::string(key), std::string(registration->id),
-                                         ChromiumStorageKeys::registrationVersion(value), *origin});
-            }
-        } else if (key.starts_with(kRegistrationOriginPrefix)) {
-            keysById[std::string(key.substr(kRegistrationOriginPrefix.size()))].emplace_back(key);
-        } else if (key.starts_with(kUserDataPrefix)) {
-            keysById[std::string(beforeZero(key.substr(kUserDataPrefix.size())))].emplace_back(key);
-        } else if (key.starts_with(kHasUserDataPrefix)) {
-            std::size_t zero = key.find('\0');
-            if (zero != std::string_view::npos) keysById[std::string(key.substr(zero + 1))].emplace_back(key);
-        } else if (key.starts_with(kResourcePrefix)) {
-            keysByVersion[std::string(beforeZero(key.substr(kResourcePrefix.size())))].emplace_back(key);
-        } else if (key.starts_with(kUniqueOriginPrefix)) {
-            if (std::optional<WebOrigin> origin = WebOrigin::fromUrl(key.substr(kUniqueOriginPrefix.size()))) {
-                uniqueOrigins.emplace_back(std::string(key), *origin);
-            }
-        }
+        entries.emplace_back(key, value);
         return true;
     });
     if (!read) {
         plan.skips.push_back({kServiceWorkers, folder, kReasonUnknownFormat, false});
         return;
     }
-    ChromiumProfilePlan::KeyDeletion deletion{kServiceWorkers, folder, {}, {}};
-    std::set<std::string> origins;
-    auto take = [&](const std::vector<std::string>& keys) { deletion.keys.insert(deletion.keys.end(), keys.begin(), keys.end()); };
-    for (const Registration& registration : registrations) {
-        if (run.isKeptHost(registration.origin.host)) continue;
-        deletion.keys.push_back(registration.key);
-        if (auto byId = keysById.find(registration.id); byId != keysById.end()) take(byId->second);
-        if (registration.version) {
-            if (auto byVersion = keysByVersion.find(std::to_string(*registration.version)); byVersion != keysByVersion.end()) {
-                take(byVersion->second);
-            }
-        }
-        if (origins.insert(registration.origin.text()).second) deletion.origins.push_back(registration.origin.text());
-    }
-    for (const auto& [key, origin] : uniqueOrigins) {
-        if (!run.isKeptHost(origin.host)) deletion.keys.push_back(key);
-    }
+    ChromiumStorageKeys::ServiceWorkerDeletion judged = ChromiumStorageKeys::serviceWorkerDeletion(
+        entries, [&](const std::string& host) { return run.isKeptHost(host); });
+    ChromiumProfilePlan::KeyDeletion deletion{kServiceWorkers, folder, std::move(judged.keys), std::move(judged.origins)};
     if (!deletion.keys.empty()) plan.keyDeletions.push_back(std::move(deletion));
 }
 

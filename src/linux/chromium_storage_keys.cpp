@@ -1,5 +1,10 @@
 #include "linux/chromium_storage_keys.h"
 
+#include <map>
+#include <set>
+
+#include "linux/web_origin.h"
+
 namespace tasselby {
 
 namespace {
@@ -11,6 +16,16 @@ constexpr std::string_view kRegistrationPrefix = "REG:";
 constexpr int kVersionIdField = 4;
 constexpr int kIndexOriginField = 2;
 constexpr int kIndexStorageKeyField = 3;
+
+// Service-worker keys besides the registrations, each followed by an id or origin.
+constexpr std::string_view kRegistrationOriginPrefix = "REGID_TO_ORIGIN:";
+constexpr std::string_view kResourcePrefix = "RES:";
+constexpr std::string_view kUserDataPrefix = "REG_USER_DATA:";
+constexpr std::string_view kHasUserDataPrefix = "REG_HAS_USER_DATA:";
+constexpr std::string_view kUniqueOriginPrefix = "INITDATA_UNIQUE_ORIGIN:";
+
+// The text before the first zero byte of a key's remainder.
+std::string_view beforeZero(std::string_view text) { return text.substr(0, text.find('\0')); }
 
 // The two wire types of a protocol-buffer record that these records use,
 // and the two fixed-size ones that must be stepped over.
@@ -109,6 +124,73 @@ std::optional<std::uint64_t> ChromiumStorageKeys::registrationVersion(std::strin
         if (field->number == kVersionIdField && field->wireType == kVarint) return field->number64;
     }
     return std::nullopt;
+}
+
+ChromiumStorageKeys::ServiceWorkerDeletion ChromiumStorageKeys::serviceWorkerDeletion(
+    const Entries& entries, const std::function<bool(const std::string& host)>& isKeptHost) {
+    struct Owner {
+        std::string key;
+        std::string id;
+        std::optional<std::uint64_t> version;
+        WebOrigin origin;
+    };
+    std::vector<Owner> registrations;
+    using Filed = std::map<std::string, std::vector<std::string>>;
+    Filed keysById;       // REGID_TO_ORIGIN, user data
+    Filed keysByVersion;  // RES
+    std::vector<std::pair<std::string, WebOrigin>> uniqueOrigins;
+    for (const auto& [key, value] : entries) {
+        std::string_view rest = key;
+        if (std::optional<Registration> registration = registrationKey(key)) {
+            if (std::optional<WebOrigin> origin = WebOrigin::fromUrl(registration->origin)) {
+                registrations.push_back({key, std::string(registration->id), registrationVersion(value), *origin});
+            }
+        } else if (rest.starts_with(kRegistrationOriginPrefix)) {
+            keysById[std::string(rest.substr(kRegistrationOriginPrefix.size()))].push_back(key);
+        } else if (rest.starts_with(kUserDataPrefix)) {
+            keysById[std::string(beforeZero(rest.substr(kUserDataPrefix.size())))].push_back(key);
+        } else if (rest.starts_with(kHasUserDataPrefix)) {
+            std::size_t zero = rest.find('\0');
+            if (zero != std::string_view::npos) keysById[std::string(rest.substr(zero + 1))].push_back(key);
+        } else if (rest.starts_with(kResourcePrefix)) {
+            keysByVersion[std::string(beforeZero(rest.substr(kResourcePrefix.size())))].push_back(key);
+        } else if (rest.starts_with(kUniqueOriginPrefix)) {
+            if (std::optional<WebOrigin> origin = WebOrigin::fromUrl(rest.substr(kUniqueOriginPrefix.size()))) {
+                uniqueOrigins.emplace_back(key, *origin);
+            }
+        }
+    }
+    // A damaged store may file two registrations under one id or version; the
+    // keys a kept registration shares with a removed one stay.
+    std::set<std::string> keptIds;
+    std::set<std::string> keptVersions;
+    for (const Owner& registration : registrations) {
+        if (!isKeptHost(registration.origin.host)) continue;
+        keptIds.insert(registration.id);
+        if (registration.version) keptVersions.insert(std::to_string(*registration.version));
+    }
+    ServiceWorkerDeletion deletion;
+    std::set<std::string> taken;
+    std::set<std::string> origins;
+    auto take = [&](const std::string& key) {
+        if (taken.insert(key).second) deletion.keys.push_back(key);
+    };
+    auto takeFiled = [&](const Filed& filed, const std::set<std::string>& kept, const std::string& under) {
+        auto keys = filed.find(under);
+        if (keys == filed.end() || kept.contains(under)) return;
+        for (const std::string& key : keys->second) take(key);
+    };
+    for (const Owner& registration : registrations) {
+        if (isKeptHost(registration.origin.host)) continue;
+        take(registration.key);
+        takeFiled(keysById, keptIds, registration.id);
+        if (registration.version) takeFiled(keysByVersion, keptVersions, std::to_string(*registration.version));
+        if (origins.insert(registration.origin.text()).second) deletion.origins.push_back(registration.origin.text());
+    }
+    for (const auto& [key, origin] : uniqueOrigins) {
+        if (!isKeptHost(origin.host)) take(key);
+    }
+    return deletion;
 }
 
 std::optional<std::string> ChromiumStorageKeys::cacheStorageOrigin(std::string_view index) {

@@ -1,9 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace tasselby {
 
@@ -27,6 +30,18 @@ public:
     static std::optional<Registration> registrationKey(std::string_view key);
     // The version id (field 4) of a registration's record.
     static std::optional<std::uint64_t> registrationVersion(std::string_view record);
+
+    // What a "Service Worker/Database" loses for the registrations whose
+    // origin's host is not kept: each one's registration key, the keys filed
+    // under its id (REGID_TO_ORIGIN, user data) and under its version (RES),
+    // and the unique-origin keys of origins not kept.
+    struct ServiceWorkerDeletion {
+        std::vector<std::string> keys;
+        std::vector<std::string> origins;  // each once
+    };
+    using Entries = std::vector<std::pair<std::string, std::string>>;
+    static ServiceWorkerDeletion serviceWorkerDeletion(const Entries& entries,
+                                                       const std::function<bool(const std::string& host)>& isKeptHost);
 
     // The origin that a Cache Storage "index.txt" names: its origin field
     // (2), else its storage key (3).

@@ -44,6 +44,15 @@ TEST(ChromiumStorageKeys, RegistrationKeysAndRecords) {
     EXPECT_EQ(ChromiumStorageKeys::registrationVersion("\x08\x07\x12\x01/\x20\xAC\x02"s), 300u);
     EXPECT_FALSE(ChromiumStorageKeys::registrationVersion("\x12\x7F/"s));  // a length past the end
     EXPECT_FALSE(ChromiumStorageKeys::registrationVersion("\x20\xFF"s));   // a varint cut short
+    // A damaged store files two origins' registrations under one id and version:
+    // the keys they share stay with the kept one, and no key is taken twice.
+    const ChromiumStorageKeys::Entries shared = {
+        {"REG:http://gone.localhost/\0""5"s, "\x20\x09"s}, {"REG:http://kept.localhost/\0""5"s, "\x20\x09"s},
+        {"REG:http://lost.localhost/\0""5"s, "\x20\x09"s}, {"REGID_TO_ORIGIN:5", "http://kept.localhost/"},
+        {"RES:9\0""1"s, "sw.js"}};
+    ChromiumStorageKeys::ServiceWorkerDeletion deletion = ChromiumStorageKeys::serviceWorkerDeletion(
+        shared, [](const std::string& host) { return host == "kept.localhost"; });
+    EXPECT_EQ(deletion.keys, (std::vector<std::string>{shared[0].first, shared[2].first}));
 }
 
 TEST(ChromiumStorageKeys, CacheStorageIndexNamesItsOrigin) {

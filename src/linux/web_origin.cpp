@@ -1,5 +1,6 @@
 #include "linux/web_origin.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace tasselby {
@@ -36,6 +37,9 @@ std::optional<int> portNumber(std::string_view text) {
 std::optional<WebOrigin> make(std::string_view scheme, std::string_view host, int port) {
     if (scheme != kHttp && scheme != kHttps) return std::nullopt;
     if (host.empty() || host.find_first_of(kNotInHost) != std::string_view::npos) return std::nullopt;
+    // An IPv6 host is whole only with both brackets, and only it holds ":".
+    bool bracketed = host.starts_with('[') && host.ends_with(']');
+    if (!bracketed && host.find_first_of("[]:") != std::string_view::npos) return std::nullopt;
     if (port == (scheme == kHttp ? kHttpPort : kHttpsPort)) port = 0;
     return WebOrigin{std::string(scheme), std::string(host), port};
 }
@@ -66,8 +70,6 @@ std::optional<WebOrigin> WebOrigin::fromUrl(std::string_view url) {
         port = *number;
         host = authority.substr(0, colon);
     }
-    // An IPv6 host is whole only with both brackets.
-    if (host.starts_with('[') != host.ends_with(']')) return std::nullopt;
     return make(scheme, lowercased(host), port);
 }
 
@@ -77,7 +79,10 @@ std::optional<WebOrigin> WebOrigin::fromIdentifier(std::string_view identifier) 
     if (first == std::string_view::npos || first == last) return std::nullopt;
     std::optional<int> port = portNumber(identifier.substr(last + 1));
     if (!port) return std::nullopt;
-    return make(identifier.substr(0, first), identifier.substr(first + 1, last - first - 1), *port);
+    std::string host(identifier.substr(first + 1, last - first - 1));
+    // The browser writes the ":" of an IPv6 host as "_" ("[::1]" as "[__1]").
+    if (host.starts_with('[') && host.ends_with(']')) std::replace(host.begin(), host.end(), '_', ':');
+    return make(identifier.substr(0, first), host, *port);
 }
 
 }  // namespace tasselby

@@ -24,7 +24,7 @@ struct WebOrigin {
     // addresses of saved logins; scheme and host come back in lower case.
     static std::optional<WebOrigin> fromUrl(std::string_view url);
     // From a Chromium folder identifier "scheme_host_port" ("https_example.com_0";
-    // a port of 0 is the default port).
+    // a port of 0 is the default port; an IPv6 host's ":" written as "_").
     static std::optional<WebOrigin> fromIdentifier(std::string_view identifier);
 };
 

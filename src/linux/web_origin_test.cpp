@@ -27,6 +27,8 @@ TEST(WebOrigin, FromUrlsAndStorageKeys) {
         {"HTTPS://User:pw@Mail.Example.org:8443/", "https://mail.example.org:8443"},
         {"https://host.example.org\\@evil.example/", "https://host.example.org"},
         {"http://[::1/", std::nullopt},
+        {"http://a:b:80/", std::nullopt},  // a ":" outside brackets is no host
+        {"http://a]:80/", std::nullopt},
         {"example.com", std::nullopt},
         {"^http://a.example", std::nullopt},
     };
@@ -45,6 +47,8 @@ TEST(WebOrigin, FromFolderIdentifiers) {
         {"http_alpha.localhost_18765", "http://alpha.localhost:18765"},
         {"https_example.com_0", "https://example.com"},
         {"https_under_score.example_443", "https://under_score.example"},
+        {"http_[__1]_8080", "http://[::1]:8080"},
+        {"http_a:b_0", std::nullopt},
         {"chrome-extension_abcdef_0", std::nullopt},
         {"file__0", std::nullopt},
         {"http_example.com", std::nullopt},
