@@ -76,7 +76,8 @@ std::string appendingPathComponent(std::string_view path, std::string_view compo
 }
 
 bool isFolderName(std::string_view name) {
-    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos;
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos &&
+           name.find('\0') == std::string_view::npos;
 }
 
 std::string lastPathComponent(std::string_view path) {

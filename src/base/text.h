@@ -20,8 +20,9 @@ std::vector<std::string> componentsSeparatedByString(std::string_view text, std:
 std::string appendingPathComponent(std::string_view path, std::string_view component);
 std::string lastPathComponent(std::string_view path);
 // Whether a name read from a store can stand for one entry of a folder:
-// not empty, not "." or "..", and without "/". Anything else, appended to a
-// folder, would name that folder itself, one above it or somewhere else.
+// not empty, not "." or "..", and without "/" or a zero byte. Anything else,
+// appended to a folder, would name that folder itself, one above it or
+// somewhere else (a zero byte ends the path where the system reads it).
 bool isFolderName(std::string_view name);
 // The last component without its final extension ("a.b.localstorage" -> "a.b");
 // a name that only begins with "." keeps it.

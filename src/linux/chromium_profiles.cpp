@@ -16,11 +16,6 @@ constexpr const char* kInfoCacheKey = "info_cache";
 constexpr std::string_view kDefaultProfile = "Default";
 constexpr std::string_view kNumberedProfilePrefix = "Profile ";
 
-bool isFolderName(const std::string& key) {
-    return !key.empty() && key != "." && key != ".." && key.find('/') == std::string::npos &&
-           key.find('\0') == std::string::npos;
-}
-
 }  // namespace
 
 std::vector<std::string> ChromiumProfiles::keysOfLocalState(const std::string& text) {

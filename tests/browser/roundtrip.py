@@ -250,8 +250,10 @@ class RoundTrip:
         idle writes leave alone: the files of the profile and its cache, and
         the cookie rows where the running browser lets them be read."""
         roots = [self.browser.profile, self.home / ".cache"]
-        # os.walk passes over folders that vanish while it looks.
+        # os.walk passes over folders that vanish while it looks. Firefox
+        # removes the cache entries it has moved to cache2/doomed whenever it likes.
         state = {"files": {pathlib.Path(folder, name) for root in roots for folder, _, names in os.walk(root)
+                           if not folder.endswith("/cache2/doomed")
                            for name in names if not name.endswith(("-journal", "-wal", ".tmp", "LOG.old"))}}
         if self.kind == "chromium":
             uri = f"file:{self.browser.profile / 'Cookies'}?mode=ro"
