@@ -4,12 +4,13 @@
 // for www.site1.com ... www.siteITEMS.com and knows only what the worker asks:
 // SearchItems, and the Attributes and Locked properties of its items.
 //
-//   fake_secret_service [--items ITEMS] [--locked N] [--delay MS] [--stall-after N] [--stall-search]
+//   fake_secret_service [--items ITEMS] [--locked N] [--delay MS] [--stall-after N] [--stall-search] [--frozen]
 //
 //   --delay MS        waits MS milliseconds before each answer, one after another
 //   --locked N        the last N items are locked: the search lists them apart
 //   --stall-after N   answers N property requests, then never another
-//   --stall-search    never answers a search
+//   --stall-search    never answers a search (but answers a ping)
+//   --frozen          never answers anything, not even a ping
 //
 // Calls left unanswered stay pending until the service is ended.
 #include <gio/gio.h>
@@ -34,6 +35,7 @@ struct Options {
     long delay = 0;        // milliseconds before each answer
     long stallAfter = -1;  // negative: answers every request
     bool stallSearch = false;
+    bool frozen = false;
 };
 
 // Answers straight from the connection's message filter, on the bus's own
@@ -50,6 +52,7 @@ private:
     static GDBusMessage* filter(GDBusConnection* connection, GDBusMessage* message, gboolean incoming, gpointer data) {
         if (!incoming || g_dbus_message_get_message_type(message) != G_DBUS_MESSAGE_TYPE_METHOD_CALL) return message;
         auto& self = *static_cast<FakeSecretService*>(data);
+        if (self.options_.frozen) return self.hold(message);
         const std::string path = nonNull(g_dbus_message_get_path(message));
         const std::string interface = nonNull(g_dbus_message_get_interface(message));
         const std::string member = nonNull(g_dbus_message_get_member(message));
@@ -151,8 +154,8 @@ private:
 bool parse(int argc, char* argv[], Options& options) {
     for (int index = 1; index < argc; ++index) {
         const std::string option = argv[index];
-        if (option == "--stall-search") {
-            options.stallSearch = true;
+        if (option == "--stall-search" || option == "--frozen") {
+            (option == "--frozen" ? options.frozen : options.stallSearch) = true;
             continue;
         }
         long* number = option == "--items"         ? &options.items
@@ -173,7 +176,7 @@ bool parse(int argc, char* argv[], Options& options) {
 int main(int argc, char* argv[]) {
     Options options;
     if (!parse(argc, argv, options)) {
-        std::fprintf(stderr, "usage: fake_secret_service [--items N] [--locked N] [--delay MS] [--stall-after N] [--stall-search]\n");
+        std::fprintf(stderr, "usage: fake_secret_service [--items N] [--locked N] [--delay MS] [--stall-after N] [--stall-search] [--frozen]\n");
         return 2;
     }
     FakeSecretService service(options);

@@ -21,6 +21,8 @@ constexpr const char* kServiceInterface = "org.freedesktop.Secret.Service";
 constexpr const char* kItemInterface = "org.freedesktop.Secret.Item";
 constexpr const char* kPropertiesInterface = "org.freedesktop.DBus.Properties";
 constexpr const char* kSearchMethod = "SearchItems";
+constexpr const char* kPeerInterface = "org.freedesktop.DBus.Peer";
+constexpr const char* kPingMethod = "Ping";
 constexpr const char* kGetMethod = "Get";
 constexpr const char* kAttributesProperty = "Attributes";
 
@@ -105,9 +107,22 @@ GObjectPtr<GDBusConnection> connectToSessionBus(GCancellable* cancellable) {
     return connection;
 }
 
-// The search's answer: the object paths of unlocked and of locked items.
-VariantPtr searchItems(GDBusConnection* connection, const KeychainQuery& query, GCancellable* cancellable,
-                       std::chrono::milliseconds limit) {
+// Whether the service is there and answers at all. A ping starts the service
+// when it is installed but not running, and the bus library of the service
+// answers it even while the service itself is busy with a long search.
+bool serviceAnswers(GDBusConnection* connection, GCancellable* cancellable, std::chrono::milliseconds limit) {
+    GError* rawError = nullptr;
+    VariantPtr reply(g_dbus_connection_call_sync(connection, kBusName, kServicePath, kPeerInterface, kPingMethod,
+                                                 nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE,
+                                                 static_cast<gint>(limit.count()), cancellable, &rawError));
+    ErrorPtr error(rawError);
+    return reply != nullptr;
+}
+
+// The search's answer: the object paths of unlocked and of locked items;
+// nothing when it failed, and then whether it ran out of time.
+VariantPtr searchItems(GDBusConnection* connection, const KeychainQuery& query, std::chrono::milliseconds limit,
+                       bool& timedOut) {
     GVariantBuilder attributes;
     g_variant_builder_init(&attributes, G_VARIANT_TYPE("a{ss}"));
     g_variant_builder_add(&attributes, "{ss}", kSchemaAttribute, kNetworkPasswordSchema);
@@ -116,9 +131,10 @@ VariantPtr searchItems(GDBusConnection* connection, const KeychainQuery& query, 
     GError* rawError = nullptr;
     VariantPtr reply(g_dbus_connection_call_sync(connection, kBusName, kServicePath, kServiceInterface, kSearchMethod,
                                                  g_variant_new("(a{ss})", &attributes), G_VARIANT_TYPE("(aoao)"),
-                                                 G_DBUS_CALL_FLAGS_NONE, static_cast<gint>(limit.count()),
-                                                 cancellable, &rawError));
-    ErrorPtr searchError(rawError);
+                                                 G_DBUS_CALL_FLAGS_NO_AUTO_START, static_cast<gint>(limit.count()),
+                                                 nullptr, &rawError));
+    ErrorPtr error(rawError);
+    timedOut = error && g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_TIMED_OUT);
     return reply;
 }
 
@@ -254,15 +270,20 @@ KeychainSearchResult SecretServiceKeychain::copyMatching(const KeychainQuery& qu
     if (query.itemClass != kSecClassInternetPassword) return {kErrSecItemNotFound, std::nullopt};
 
     GObjectPtr<GDBusConnection> connection;
-    VariantPtr found;
     {
         GObjectPtr<GCancellable> cancellable(g_cancellable_new());
         Watchdog watchdog(cancellable.get(), searchLimit_);
         connection = connectToSessionBus(cancellable.get());
-        if (!connection) return {kErrSecNotAvailable, std::nullopt};
-        found = searchItems(connection.get(), query, cancellable.get(), searchLimit_);
-        if (!found) return {kErrSecNotAvailable, std::nullopt};
+        if (!connection || !serviceAnswers(connection.get(), cancellable.get(), searchLimit_)) {
+            return {kErrSecNotAvailable, std::nullopt};
+        }
     }
+    // A service that answers may still search a big keyring for longer than
+    // the search limit (about 2 s for 20,000 items in gnome-keyring): that is
+    // a keyring with saved passwords, never "no keyring".
+    bool timedOut = false;
+    VariantPtr found = searchItems(connection.get(), query, stallLimit_, timedOut);
+    if (!found) return {timedOut ? kErrSecDataNotAvailable : kErrSecNotAvailable, std::nullopt};
 
     VariantPtr unlocked(g_variant_get_child_value(found.get(), 0));
     VariantPtr locked(g_variant_get_child_value(found.get(), 1));

@@ -24,14 +24,14 @@ public:
                                    std::chrono::milliseconds stallLimit = kStallLimit)
         : searchLimit_(searchLimit), stallLimit_(stallLimit) {}
 
-    // Connecting and searching never take much longer than the search limit:
-    // a service that owns its name but never answers is abandoned with
-    // kErrSecNotAvailable. Once the search is answered, the items' attributes
-    // are read to the end however long that takes, as long as the service
-    // keeps answering: when it goes the stall limit without answering any
-    // further item, or fails to answer one, the answer is
-    // kErrSecDataNotAvailable and no items. Items the search finds locked
-    // give kErrSecInteractionNotAllowed.
+    // Connecting and reaching the service never take much longer than the
+    // search limit: no bus, no service, or a service that owns its name but
+    // never answers is kErrSecNotAvailable. A service that answers gets the
+    // stall limit for the search, and then reads the items' attributes to the
+    // end however long that takes, as long as it keeps answering: when it
+    // goes the stall limit without answering the search or any further item,
+    // or fails to answer one, the answer is kErrSecDataNotAvailable and no
+    // items. Items the search finds locked give kErrSecInteractionNotAllowed.
     KeychainSearchResult copyMatching(const KeychainQuery& query) const;
 
 private:

@@ -121,7 +121,7 @@ TEST(KeepListInSession, KeyringThatKeepsAnsweringIsReadToTheEnd) {
 }
 
 TEST(KeepListInSession, KeyringThatCannotBeAskedGivesNoList) {
-    for (const char* stall : {"", "--stall-search"}) {
+    for (const char* stall : {"", "--frozen"}) {
         WorkerRun run;
         if (*stall != '\0') run.withFakeKeyring(stall);
         ProbeOutput output = runProbe(run);
@@ -139,7 +139,8 @@ TEST(KeepListInSession, UnreadableSavedPasswordsStopTheRunBeforeAnyRemoval) {
         const char* message;
     } kCases[] = {{"", "the keyring is locked"},
                   {"--items 5 --locked 2", "the keyring is locked"},
-                  {"--items 600 --stall-after 500", "did not give the attributes"}};
+                  {"--stall-search", "stopped answering"},
+                  {"--items 600 --stall-after 500", "stopped answering"}};
     for (const auto& [keyring, message] : kCases) {
         WorkerRun run;
         run.home().writeSuitePreferences({{kDisplayNotifications, true}});

@@ -52,7 +52,8 @@ public:
     WorkerRun& withLockedKeyring();
     // Our own keyring service instead (bench/fake_secret_service.cpp), with
     // these options: "--items N" form passwords for www.site1.com ...,
-    // "--locked N", "--stall-after N", "--stall-search". The worker then
+    // "--locked N", "--delay MS", "--stall-after N", "--stall-search",
+    // "--frozen" (see there). The worker then
     // gives up on a stalled keyring after two seconds.
     WorkerRun& withFakeKeyring(const std::string& options = "");
     // Runs without a notification service on the bus.
