@@ -54,7 +54,7 @@ KeepList WorkerAppDelegate::getSmartFavouritesArray() {
     // none: every site's data would go. No keyring at all is no list.
     if (error && error->code == kErrSecInteractionNotAllowed) throw RunDeferred("the keyring is locked");
     if (error && error->code == kErrSecDataNotAvailable) {
-        throw RunDeferred("the keyring did not give the attributes of every saved password");
+        throw RunDeferred("the keyring stopped answering before every saved password was read");
     }
     if (!accounts) return {};
     for (const KeychainAttributes& attributes : *accounts) {

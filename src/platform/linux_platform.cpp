@@ -3,8 +3,12 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <charconv>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "base/names.h"
 #include "base/text.h"
@@ -19,6 +23,21 @@ constexpr const char* kMacOSPreferences = "~/Library/Preferences";
 constexpr const char* kLinuxPreferences = "~/.config/tasselby";
 constexpr const char* kConfigHomeVariable = "XDG_CONFIG_HOME";
 constexpr const char* kPreferencesFolderName = "tasselby";
+// For tests only: a shorter stall limit for the keyring's answers, in
+// milliseconds. Only ever shorter: a stalled keyring stops the run (status
+// 75), which is safe, whereas a longer wait could keep a scheduled run
+// waiting. Not documented for users.
+constexpr const char* kKeyringStallVariable = "TASSELBY_KEYRING_STALL_MS";
+
+std::chrono::milliseconds keyringStallLimit() {
+    const char* text = std::getenv(kKeyringStallVariable);
+    long milliseconds = 0;
+    if (text == nullptr) return SecretServiceKeychain::kStallLimit;
+    const char* end = text + std::strlen(text);
+    const auto [stop, error] = std::from_chars(text, end, milliseconds);
+    if (error != std::errc{} || stop != end || milliseconds <= 0) return SecretServiceKeychain::kStallLimit;
+    return std::min(std::chrono::milliseconds(milliseconds), SecretServiceKeychain::kStallLimit);
+}
 
 }  // namespace
 
@@ -46,6 +65,7 @@ LinuxPlatform::LinuxPlatform(const CommandLine& commandLine)
       systemRoot_(commandLine.systemRoot.value_or("/")),
       defaults_(preferencesFolder(commandLine, home_)),
       notifications_("Tasselby"),
+      keychain_(SecretServiceKeychain::kSearchLimit, keyringStallLimit()),
       cookieStorage_(std::make_unique<BinaryCookieStorage>(tasselby::expandTilde(kSharedCookieFile, home_))) {
     defaults_.addDomain(kWorkerDomain);
 }

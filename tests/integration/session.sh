@@ -7,7 +7,7 @@
 #
 #   session.sh --home DIR --work DIR --out DIR [--no-notifications]
 #              [--keyring ITEMS] [--bulk-keyring COUNT] [--lock-keyring]
-#              [--fake-keyring MODE:ITEMS] [--monitor] [--command-limit SECONDS]
+#              [--fake-keyring PROGRAM OPTIONS] [--monitor] [--command-limit SECONDS]
 #              -- COMMAND [ARG...]
 #
 # COMMAND runs with HOME=DIR, the working folder as its current folder and
@@ -23,7 +23,8 @@
 # --bulk-keyring adds COUNT form passwords for www.site1.com, www.site2.com, ...
 # (https, user alice), written as unencrypted keyring files before the keyring
 # starts: storing thousands of items through the service takes minutes.
-# --fake-keyring starts fake_keyring.py MODE ITEMS in the keyring's place.
+# --fake-keyring starts PROGRAM (the tests' own keyring service) in the
+# keyring's place, with OPTIONS split into words as its arguments.
 #
 # Every process started here is ended before the script returns; nothing is
 # written outside the home and the --out folder. Exit status 0 when COMMAND
@@ -39,7 +40,7 @@ readonly kLoginCollection="/org/freedesktop/secrets/collection/login"
 
 readonly kBulkItemsPerFile=100  # the keyring reads a file in time quadratic in its size
 
-home="" work="" out="" notifications=1 keyring="" bulk=0 fake="" lock=0 monitor=0
+home="" work="" out="" notifications=1 keyring="" bulk=0 fake="" fakeOptions=() lock=0 monitor=0
 original=("$@")
 while (($#)); do
     case "$1" in
@@ -49,7 +50,7 @@ while (($#)); do
         --no-notifications) notifications=0; shift ;;
         --keyring) keyring=$2; shift 2 ;;
         --bulk-keyring) bulk=$2; shift 2 ;;
-        --fake-keyring) fake=$2; shift 2 ;;
+        --fake-keyring) fake=$2; read -ra fakeOptions <<<"$3"; shift 3 ;;
         --lock-keyring) lock=1; shift ;;
         --monitor) monitor=1; shift ;;
         --command-limit) commandLimit=$2; shift 2 ;;
@@ -158,7 +159,7 @@ if ((bulk)); then
 fi
 
 if [[ -n $fake ]]; then
-    /usr/bin/python3 "$(dirname "$0")/fake_keyring.py" "${fake%%:*}" "${fake#*:}" >>"$out/services.log" 2>&1 &
+    "$fake" "${fakeOptions[@]}" >>"$out/services.log" 2>&1 &
     started+=($!)
     waitForName "$kSecrets"
 fi

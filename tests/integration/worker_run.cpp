@@ -24,6 +24,9 @@ constexpr const char* kSessionLimitSeconds = "180";
 // Under the working folder: what the session script leaves for us to read.
 constexpr const char* kSessionFolder = ".session";
 constexpr char kFieldSeparator = '\x1f';
+// The stall limit the worker gets with our own keyring service, which answers
+// at once when it answers at all.
+constexpr const char* kFakeKeyringStall = "TASSELBY_KEYRING_STALL_MS=2000";
 // The signal the session sends just before it starts the command.
 constexpr const char* kCommandStartMarker = "CommandStarting";
 
@@ -78,8 +81,8 @@ WorkerRun& WorkerRun::withKeyring(std::vector<KeychainItem> items) {
     return *this;
 }
 
-WorkerRun& WorkerRun::withFakeKeyring(const std::string& mode, long items) {
-    fakeKeyring_ = mode + ":" + std::to_string(items);
+WorkerRun& WorkerRun::withFakeKeyring(const std::string& options) {
+    fakeKeyring_ = options;
     return *this;
 }
 
@@ -120,7 +123,10 @@ WorkerResult WorkerRun::runProgram(const std::vector<std::string>& program) {
         writeKeyringItems(itemsFile, items_);
         command.insert(command.end(), {"--keyring", itemsFile});
     }
-    if (!fakeKeyring_.empty()) command.insert(command.end(), {"--fake-keyring", fakeKeyring_});
+    if (!fakeKeyring_.empty()) {
+        command.insert(command.begin(), {"env", kFakeKeyringStall});
+        command.insert(command.end(), {"--fake-keyring", TASSELBY_FAKE_SECRET_SERVICE, fakeKeyring_});
+    }
     if (lockKeyring_) command.push_back("--lock-keyring");
     if (monitor_) command.push_back("--monitor");
     command.push_back("--");

@@ -50,11 +50,12 @@ public:
     WorkerRun& withKeyring(std::vector<KeychainItem> items = {});
     // Leaves the keyring locked after seeding it.
     WorkerRun& withLockedKeyring();
-    // A keyring service of our own instead, holding form passwords for
-    // www.site1.com ... www.siteITEMS.com: "answer" answers everything,
-    // "search" never answers the search, "attributes" never answers the last
-    // item's attributes.
-    WorkerRun& withFakeKeyring(const std::string& mode, long items = 3);
+    // Our own keyring service instead (bench/fake_secret_service.cpp), with
+    // these options: "--items N" form passwords for www.site1.com ...,
+    // "--locked N", "--delay MS", "--stall-after N", "--stall-search",
+    // "--frozen" (see there). The worker then
+    // gives up on a stalled keyring after two seconds.
+    WorkerRun& withFakeKeyring(const std::string& options = "");
     // Runs without a notification service on the bus.
     WorkerRun& withoutNotificationService();
     // Records the session bus traffic into WorkerResult::busLog.
