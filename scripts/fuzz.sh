@@ -9,6 +9,7 @@
 #
 # Inputs found while fuzzing go to build-fuzz/corpus/<target>, never into the
 # tree; a crashing input is left in build-fuzz/ and the script fails.
+# FUZZ_BUILD names another build folder (test.sh uses its sanitizer build).
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 seconds=${1:-60}
@@ -17,9 +18,11 @@ if ! [[ $seconds =~ ^[0-9]+$ ]]; then
     exit 64
 fi
 
+build=${FUZZ_BUILD:-build-fuzz}
+
 bash scripts/install-deps.sh
-cmake -S . -B build-fuzz -DTASSELBY_FUZZ=ON -DCMAKE_CXX_COMPILER=clang++-14 >/dev/null
-cmake --build build-fuzz -j"$(nproc)" --target fuzzers
+cmake -S . -B "$build" -DTASSELBY_FUZZ=ON -DCMAKE_CXX_COMPILER=clang++-14 >/dev/null
+cmake --build "$build" -j"$(nproc)" --target fuzzers
 
 export ASAN_OPTIONS=halt_on_error=1:detect_leaks=1
 export UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
@@ -29,7 +32,7 @@ for source in fuzz/*_fuzzer.cpp; do
     seeds=fuzz/corpus/${target%_fuzzer}
     if ((seconds == 0)); then
         echo "== $target over its seed corpus"
-        if ! output=$("build-fuzz/$target" "$seeds"/* 2>&1); then
+        if ! output=$("$build/$target" "$seeds"/* 2>&1); then
             tail -n 40 <<<"$output"
             echo "$target: failed on its seed corpus" >&2
             exit 1
@@ -38,12 +41,12 @@ for source in fuzz/*_fuzzer.cpp; do
         continue
     fi
     echo "== $target for ${seconds}s"
-    corpus=build-fuzz/corpus/$target
+    corpus=$build/corpus/$target
     mkdir -p "$corpus"
-    log=build-fuzz/$target.log
+    log=$build/$target.log
     # Inputs are kept short while fuzzing (the seeds themselves may be longer):
     # speed finds more than size here.
-    if ! (cd build-fuzz && "./$target" -max_total_time="$seconds" -max_len=4096 -print_final_stats=1 \
+    if ! (cd "$build" && "./$target" -max_total_time="$seconds" -max_len=4096 -print_final_stats=1 \
             "corpus/$target" "../$seeds" >"$target.log" 2>&1); then
         tail -n 40 "$log"
         echo "$target: failed, see $log" >&2
