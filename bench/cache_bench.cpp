@@ -17,19 +17,22 @@
 // The worker runs without a session bus, so no keyring or notification
 // service adds to its time.
 
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "support/cache_trees.h"
 #include "support/sample_home.h"
 
 extern char** environ;
@@ -45,6 +48,38 @@ constexpr int kRounds = 3;
 constexpr long kOverwriteBytes = 64L << 20;
 constexpr const char* kProfileCache = "Library/Caches/Firefox/Profiles/q1w2e3r4.default/Cache";
 constexpr const char* kSafariCacheDb = "Library/Caches/com.apple.Safari/Cache.db";
+
+// A disk cache as browsers lay it out: fileCount files of fileSize bytes
+// spread over 16 folders of up to 256 sub-folders each, under folder.
+void writeDiskCache(const std::string& folder, long fileCount, std::size_t fileSize) {
+    // Written with plain system calls, each folder made once: the benchmarks
+    // build trees of many thousand files.
+    constexpr long kTopFolders = 16;
+    constexpr long kSubFolders = 256;
+    long subFolders = std::min(kSubFolders, (fileCount + kTopFolders - 1) / kTopFolders);
+    std::filesystem::create_directories(folder);
+    char name[64];
+    for (long top = 0; top < kTopFolders; ++top) {
+        for (long sub = 0; sub < subFolders; ++sub) {
+            std::snprintf(name, sizeof name, "/%lX/%02lX", top, sub);
+            std::filesystem::create_directories(folder + name);
+        }
+    }
+    const std::string contents(fileSize, 'e');
+    for (long i = 0; i < fileCount; ++i) {
+        // An odd multiplier scatters the names without ever repeating one.
+        auto hash = static_cast<std::uint32_t>(static_cast<std::uint32_t>(i) * 2654435761u);
+        std::snprintf(name, sizeof name, "/%lX/%02lX/%08X", i % kTopFolders, (i / kTopFolders) % subFolders,
+                      static_cast<unsigned>(hash));
+        std::string path = folder + name;
+        int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        if (fd < 0 || write(fd, contents.data(), contents.size()) != static_cast<ssize_t>(contents.size())) {
+            if (fd >= 0) close(fd);
+            throw std::runtime_error("cannot write " + path);
+        }
+        close(fd);
+    }
+}
 
 struct ChildRun {
     double seconds = 0;
@@ -86,7 +121,7 @@ ChildRun runChild(const std::vector<std::string>& command) {
 struct CacheHome {
     CacheHome(long files, bool secureDelete) {
         home.writeSuitePreferences({{"secureDeleteData", secureDelete}});
-        tasselby::testing::writeDiskCache(home.path(kProfileCache), files, kEntrySize);
+        writeDiskCache(home.path(kProfileCache), files, kEntrySize);
     }
     ChildRun runWorker(const std::string& browser) {
         return runChild({TASSELBY_WORKER, "--home=" + folder.path(), "--system-root=" + systemRoot.path(), browser});

@@ -3,23 +3,14 @@
 
 #include <filesystem>
 
-#include "app/worker_app_delegate.h"
-#include "platform/fake_platform.h"
-#include "support/overwrite_pattern.h"
-#include "support/sample_home.h"
+#include "support/delegate_fixture.h"
 
 namespace tasselby {
 namespace {
 
 namespace fs = std::filesystem;
 
-class DisposalTest : public ::testing::Test {
-protected:
-    testing::TemporaryFolder folder;
-    testing::SampleHome home{folder.path()};
-    FakePlatform platform{folder.path()};
-    WorkerAppDelegate delegate{platform};
-};
+using DisposalTest = testing::DelegateTest;
 
 TEST_F(DisposalTest, RefusedOverwriteLeavesTheFileWhereItIs) {
     std::string path = home.writeFile("cache/data", "secret");

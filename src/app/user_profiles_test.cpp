@@ -1,27 +1,21 @@
 #include <gtest/gtest.h>
 
 #include "app/run_stopped.h"
-#include "app/worker_app_delegate.h"
-#include "platform/fake_platform.h"
-#include "support/sample_home.h"
+#include "support/delegate_fixture.h"
 
 namespace tasselby {
 namespace {
 
-class UserProfilesTest : public ::testing::Test {
-protected:
-    testing::TemporaryFolder folder;
-    testing::SampleHome home{folder.path()};
-    FakePlatform platform{folder.path()};
-    WorkerAppDelegate delegate{platform};
-};
+using UserProfilesTest = testing::DelegateTest;
 
 // Only an exact "Google Chrome" reads Chrome's file; every other name reads
-// Chromium's. Keys that are no plain folder name are no profiles.
+// Chromium's. Keys that are no plain folder name are no profiles: every
+// cleaner takes its profiles from here, so none is led to the browser's
+// folders themselves or above them.
 TEST_F(UserProfilesTest, ProfilesInFileOrderWithoutNamelessOnes) {
     home.writeLocalState(testing::kChromeRoot, {{"Profile 3", "Work"}, {"Guest", ""}, {"..", "Up"}, {"", "Empty"},
                                                 {".", "Here"}, {"/", "Root"}, {"Default/../../..", "Escape"},
-                                                {"Default", "Person 1"}});
+                                                {"../../../..", "Home"}, {"Default", "Person 1"}});
     home.writeLocalState(testing::kChromiumRoot, {{"Profile 1", "Chromium person"}});
     EXPECT_EQ(delegate.userProfiles("Google Chrome"), (ProfileMap{{"Profile 3", "Work"}, {"Default", "Person 1"}}));
     for (const char* other : {"Chromium", "Opera", "google chrome"}) {

@@ -4,17 +4,13 @@
 
 #include <limits>
 
-#include "platform/fake_platform.h"
-#include "support/sample_home.h"
+#include "support/delegate_fixture.h"
 
 namespace tasselby {
 namespace {
 
-class WorkerAppDelegateTest : public ::testing::Test {
+class WorkerAppDelegateTest : public testing::DelegateTest {
 protected:
-    testing::TemporaryFolder home;
-    FakePlatform platform{home.path()};
-    WorkerAppDelegate delegate{platform};
 
     // Runs the whole launch; termination ends it as it ends the process.
     void launch(std::vector<std::string> args) {

@@ -4,10 +4,8 @@
 #include <filesystem>
 
 #include "app/run_stopped.h"
-#include "app/worker_app_delegate.h"
-#include "platform/fake_platform.h"
+#include "support/delegate_fixture.h"
 #include "support/password_stores.h"
-#include "support/sample_home.h"
 
 namespace tasselby {
 namespace {
@@ -19,13 +17,7 @@ KeepList sorted(KeepList list) {
     return list;
 }
 
-class KeepListTest : public ::testing::Test {
-protected:
-    testing::TemporaryFolder folder{"tasselby-keep"};
-    testing::SampleHome home{folder.path()};
-    FakePlatform platform{folder.path()};
-    WorkerAppDelegate delegate{platform};
-};
+using KeepListTest = testing::DelegateTest;
 
 TEST_F(KeepListTest, KeychainKeepsFormPasswordSitesOnce) {
     auto form = [](const char* server) { return KeychainAttributes{{"srvr", server}, {"atyp", "form"}}; };

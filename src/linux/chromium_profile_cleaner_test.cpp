@@ -18,20 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Every file and link under the folder with its bytes (a link: its target).
-std::map<std::string, std::string> tree(const std::string& folder) {
-    std::map<std::string, std::string> files;
-    testing::SampleHome reader(folder);
-    for (auto it = fs::recursive_directory_iterator(folder); it != fs::recursive_directory_iterator(); ++it) {
-        std::string relative = fs::relative(it->path(), folder).string();
-        if (it->is_symlink()) {
-            files[relative] = "-> " + fs::read_symlink(it->path()).string();
-        } else if (it->is_regular_file()) {
-            files[relative] = reader.read(relative);
-        }
-    }
-    return files;
-}
+using testing::snapshot;
 
 class ChromiumProfileCleanerTest : public ::testing::Test {
 protected:
@@ -117,9 +104,9 @@ TEST_F(ChromiumProfileCleanerTest, SitesWithoutSavedPasswordsLoseEveryStore) {
 
 TEST_F(ChromiumProfileCleanerTest, DryRunChangesNothingAndCountsWhatARunRemoves) {
     platform.setBool(kSecureDeleteData, true);
-    std::map<std::string, std::string> before = tree(home.path());
+    std::map<std::string, std::string> before = snapshot(home.path());
     LinuxCounts planned = clean(true);
-    EXPECT_EQ(tree(home.path()), before);
+    EXPECT_EQ(snapshot(home.path()), before);
     RunReport plannedReport = report;
     LinuxCounts done = clean(false);
     EXPECT_EQ(planned.cookies, done.cookies);
@@ -136,14 +123,14 @@ TEST_F(ChromiumProfileCleanerTest, DryRunChangesNothingAndCountsWhatARunRemoves)
 
 TEST_F(ChromiumProfileCleanerTest, AHeldLevelDbIsSkippedAndTheRestOfTheProfileIsCleaned) {
     const std::string localStorage = profile.path + "/Local Storage/leveldb";
-    std::map<std::string, std::string> before = tree(localStorage);
+    std::map<std::string, std::string> before = snapshot(localStorage);
     testing::LockHolder browser(localStorage + "/LOCK");
     for (bool dryRun : {true, false}) {
         LinuxCounts counts = clean(dryRun);
         EXPECT_EQ(counts.cookies, testing::kExampleRemovedCookies);
         EXPECT_EQ(static_cast<long>(counts.siteStorage.size()), testing::kExampleRemovedOrigins);
     }
-    EXPECT_EQ(tree(localStorage), before);
+    EXPECT_EQ(snapshot(localStorage), before);
     EXPECT_FALSE(exists("IndexedDB/http_beta.localhost_18765.indexeddb.leveldb"));
     EXPECT_EQ(std::count_if(report.begin(), report.end(), [](const StoreReport& entry) {
                   return entry.store == "Local Storage" && entry.action == "skipped" && entry.reason == "locked";
@@ -175,10 +162,10 @@ TEST_F(ChromiumProfileCleanerTest, UnknownFormatsAreSkippedUntouched) {
     testing::writeLevelDb(profile.path + "/Local Storage/leveldb", {{"_http://beta.localhost:18765\0k", "v"}});
     testing::executeSql(profile.path + "/Cookies", "ALTER TABLE cookies RENAME COLUMN host_key TO domain;");
     testing::SampleHome(profile.path).writeFile("Service Worker/CacheStorage/d4/index.txt", "\xFF\xFF garbage");
-    std::map<std::string, std::string> before = tree(profile.path + "/Local Storage/leveldb");
+    std::map<std::string, std::string> before = snapshot(profile.path + "/Local Storage/leveldb");
     LinuxCounts counts = clean(false);
     EXPECT_EQ(counts.cookies, 0);
-    EXPECT_EQ(tree(profile.path + "/Local Storage/leveldb"), before);
+    EXPECT_EQ(snapshot(profile.path + "/Local Storage/leveldb"), before);
     EXPECT_EQ(testing::queryColumn(profile.path + "/Cookies", "SELECT count(*) FROM cookies"), std::vector<std::string>{"6"});
     EXPECT_TRUE(exists("Service Worker/CacheStorage/d4/index.txt"));
     std::set<std::string> skipped;

@@ -22,11 +22,12 @@ bool keptHost(std::string_view host) {
 class CookieTableCleanerTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        testing::writeChromiumCookiesV24(path, {{"kept.com", "sid"},
-                                                {".www.kept.com", "__utma"},
-                                                {"other.com", "sid"},
-                                                {".other.com", "_ga"},
-                                                {"sub.kept.com", "lang"}});
+        testing::writeChromiumCookies(path, testing::ChromiumCookieSchema::Version24,
+                                      {{"kept.com", "sid"},
+                                       {".www.kept.com", "__utma"},
+                                       {"other.com", "sid"},
+                                       {".other.com", "_ga"},
+                                       {"sub.kept.com", "lang"}});
     }
     std::vector<std::string> remaining() { return testing::queryColumn(path, "SELECT host_key || ' ' || name FROM cookies"); }
 

@@ -4,6 +4,9 @@
 
 #include <utility>
 
+#include "support/lock_holder.h"
+#include "support/sample_home.h"
+
 namespace tasselby {
 namespace {
 
@@ -26,6 +29,16 @@ TEST(LinuxPlatform, SystemPathsLieUnderTheRoot) {
 TEST(LinuxPlatform, HomeOptionWinsOverTheEnvironment) {
     EXPECT_EQ(LinuxPlatform::homeFolder(commandLine({"worker", "--home=/mnt/alice"})), "/mnt/alice");
     EXPECT_FALSE(LinuxPlatform::homeFolder(commandLine({"worker"})).empty());
+}
+
+// What tells the Linux layout that Firefox holds a profile.
+TEST(LinuxPlatform, SeesAnotherProcesssLock) {
+    testing::TemporaryFolder profile;
+    const std::string lock = testing::SampleHome(profile.path()).writeFile(".parentlock");
+    LinuxPlatform platform(commandLine({"worker"}));
+    EXPECT_FALSE(platform.isLockedByOtherProcess(lock));
+    testing::LockHolder firefox(lock);
+    EXPECT_TRUE(platform.isLockedByOtherProcess(lock));
 }
 
 }  // namespace

@@ -5,12 +5,10 @@
 #include "platform/binary_cookie_file.h"
 #include "support/cookie_stores.h"
 #include "support/lock_holder.h"
-#include "support/password_stores.h"
 
 namespace tasselby::testing {
 namespace {
 
-const std::vector<std::string> kKeptOrdinary = {"cart", "lang", "prefs"};
 constexpr const char* kExampleCounts = "15 Cookies (5 Tracking Cookies),";
 
 const std::vector<KeychainItem> kExamplePasswords = {{"www.kept.com", "form", "https", "alice", ""},
@@ -20,9 +18,8 @@ std::string profileFile(const char* root, const std::string& profile, const std:
     return std::string(root) + "/" + profile + "/" + file;
 }
 
-std::vector<std::string> cookieNames(const SampleHome& home, const std::string& relative,
-                                     const std::string& table = "cookies") {
-    return queryColumn(home.path(relative), "SELECT name FROM " + table + " ORDER BY name");
+std::vector<std::string> cookieNames(const SampleHome& home, const std::string& relative) {
+    return queryColumn(home.path(relative), "SELECT name FROM cookies ORDER BY name");
 }
 
 std::vector<std::string> origins(const SampleHome& home, const std::string& relative) {
@@ -46,33 +43,8 @@ protected:
 
 // What each browser's cookie cleaning removes and counts, damaged stores and
 // quotes included, is checked against the cleaners directly; these runs show
-// the keep list of each source and the counts reaching them through the whole
-// worker, and a lock held by another process.
-TEST_F(CookieRun, ChromeExampleKeepsTheKeptSitesOrdinaryCookies) {
-    home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}});
-    writeChromiumCookies(home.path(profileFile(kChromeRoot, "Default", "Cookies")), ChromiumCookieSchema::Version20,
-                         exampleCookies());
-    writeOriginBoundCerts(home.path(profileFile(kChromeRoot, "Profile 1", "Origin Bound Certs")),
-                          {"kept.com", "www.kept.com", "tracker.net"});
-    WorkerResult result = run.withKeyring(kExamplePasswords).run({kGoogleChrome});
-    EXPECT_EQ(result.exitStatus, 0) << result.standardError;
-    EXPECT_EQ(cookieCounts(result), kExampleCounts);
-    EXPECT_EQ(cookieNames(home, profileFile(kChromeRoot, "Default", "Cookies")), kKeptOrdinary);
-    EXPECT_EQ(origins(home, profileFile(kChromeRoot, "Profile 1", "Origin Bound Certs")),
-              std::vector<std::string>{"kept.com"});
-}
-
-TEST_F(CookieRun, FirefoxExampleKeepsTheSitesOfSavedLogins) {
-    writeFirefoxLogins(home, "abc.default", {"https://www.kept.com", "https://login.favourite.org"});
-    writeMozillaCookies(home.path(std::string(kFirefoxProfiles) + "/abc.default/cookies.sqlite"),
-                        MozillaCookieSchema::Current, exampleCookies());
-    WorkerResult result = run.run({kFirefox});
-    EXPECT_EQ(result.exitStatus, 0) << result.standardError;
-    EXPECT_EQ(cookieCounts(result), kExampleCounts);
-    EXPECT_EQ(cookieNames(home, std::string(kFirefoxProfiles) + "/abc.default/cookies.sqlite", "moz_cookies"),
-              kKeptOrdinary);
-}
-
+// the keyring's keep list and the counts reaching the shared cookie file
+// through the whole worker, and a lock held by another process.
 TEST_F(CookieRun, SafariRewritesTheCookieFileWithoutTheRemovedCookies) {
     std::vector<BinaryCookie> cookies;
     for (const StoredCookie& stored : exampleCookies()) cookies.emplace_back(*stored.host, *stored.name);

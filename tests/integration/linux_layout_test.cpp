@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <map>
+#include <nlohmann/json.hpp>
 
 #include "base/names.h"
 #include "integration/worker_run.h"
@@ -18,20 +19,6 @@ namespace fs = std::filesystem;
 constexpr const char* kLinuxLayout = "--layout=linux";
 constexpr const char* kUserData = ".config/chromium";
 constexpr const char* kProfile = ".config/chromium/Default";
-
-// Everything under the folder (a link as its target) with its bytes.
-std::map<std::string, std::string> tree(const SampleHome& home, const std::string& folder) {
-    std::map<std::string, std::string> files;
-    for (auto it = fs::recursive_directory_iterator(home.path(folder)); it != fs::recursive_directory_iterator(); ++it) {
-        std::string relative = fs::relative(it->path(), home.root()).string();
-        if (it->is_symlink()) {
-            files[relative] = "-> " + fs::read_symlink(it->path()).string();
-        } else if (it->is_regular_file()) {
-            files[relative] = home.read(relative);
-        }
-    }
-    return files;
-}
 
 // The suite's preferences where the Linux layout reads them.
 void writeLinuxPreferences(const SampleHome& home, const std::map<std::string, bool>& values) {
@@ -55,15 +42,35 @@ protected:
     WorkerRun run;
 };
 
-// The keyring's delta joins the sites the profile saved: only beta's data goes.
+// The keyring's delta joins the sites the profile saved: only beta's data
+// goes. A dry run first changes nothing and counts what the real run removes.
 TEST_F(LinuxLayoutRun, KeyringAndLoginDataKeepTheirSitesEverythingElseGoes) {
-    WorkerResult result = run.withKeyring({KeychainItem{"delta.localhost", "form", "https", "alice", ""}}).run({kLinuxLayout, kChromium});
+    const SampleHome& home = run.home();
+    auto stores = [&] {
+        return std::vector{snapshot(home.path(kUserData)), snapshot(home.path(".cache/chromium")),
+                           snapshot(home.path(".macromedia"))};
+    };
+    const auto before = stores();
+    run.withKeyring({KeychainItem{"delta.localhost", "form", "https", "alice", ""}});
+    WorkerResult dry = run.run({kLinuxLayout, "--dry-run", "--report=json", kChromium});
+    EXPECT_EQ(dry.exitStatus, 0) << dry.standardError;
+    EXPECT_TRUE(stores() == before) << "the dry run changed the profile";
+    EXPECT_TRUE(dry.notifications.empty());
+
+    WorkerResult result = run.run({kLinuxLayout, "--report=json", kChromium});
     EXPECT_EQ(result.exitStatus, 0) << result.standardError;
     EXPECT_EQ(result.standardError, "");
     ASSERT_EQ(result.notifications.size(), 1u);
     EXPECT_EQ(result.notifications[0].body,
               "3 Cookies (1 Tracking Cookies), 1 Databases, 1 Flash, 0 Silverlight, and Cache removed from Chromium");
-    const SampleHome& home = run.home();
+    nlohmann::json preview = nlohmann::json::parse(dry.standardOutput), done = nlohmann::json::parse(result.standardOutput);
+    EXPECT_EQ(preview["layout"], "linux");
+    EXPECT_EQ(preview["report"], done["report"]);
+    ASSERT_EQ(preview["stores"].size(), done["stores"].size()) << preview.dump() << "\n" << done.dump();
+    for (std::size_t i = 0; i < done["stores"].size(); ++i) {
+        EXPECT_EQ(preview["stores"][i]["path"], done["stores"][i]["path"]);
+        EXPECT_EQ(preview["stores"][i]["items"], done["stores"][i]["items"]) << done["stores"][i]["path"];
+    }
     EXPECT_EQ(queryColumn(home.path(std::string(kProfile) + "/Cookies"), "SELECT host_key FROM cookies ORDER BY 1"),
               (std::vector<std::string>{".delta.localhost", "alpha.localhost", "gamma.localhost"}));
     EXPECT_EQ(queryColumn(home.path(std::string(kProfile) + "/WebStorage/QuotaManager"), "SELECT id FROM buckets ORDER BY 1"),
@@ -72,22 +79,19 @@ TEST_F(LinuxLayoutRun, KeyringAndLoginDataKeepTheirSitesEverythingElseGoes) {
     EXPECT_TRUE(home.exists(std::string(kProfile) + "/IndexedDB/http_alpha.localhost_18765.indexeddb.leveldb"));
     EXPECT_FALSE(home.exists(".cache/chromium/Default/Cache"));
     EXPECT_FALSE(home.exists(".macromedia/Flash_Player/#SharedObjects/R1/www.beta.localhost"));
-    for (const auto& [file, bytes] : tree(home, std::string(kProfile) + "/Local Storage/leveldb")) {
-        EXPECT_EQ(fs::status(home.path(file)).permissions(), fs::perms::owner_read | fs::perms::owner_write) << file;
-    }
 }
 
 TEST_F(LinuxLayoutRun, ARunningBrowserIsNeverTouchedAndTheRunSaysTryAgainLater) {
     fs::create_symlink(RunningBrowser::hostName() + "-" + std::to_string(getpid()), run.home().path(std::string(kUserData) + "/SingletonLock"));
-    std::map<std::string, std::string> before = tree(run.home(), kUserData);
+    std::map<std::string, std::string> before = snapshot(run.home().path(kUserData));
     WorkerResult result = run.run({kLinuxLayout, kChromium});
     EXPECT_EQ(result.exitStatus, 75);
     EXPECT_EQ(result.standardError, "tasselby-worker: skipped Install .config/chromium: running browser\n");
-    EXPECT_EQ(tree(run.home(), kUserData), before);
+    EXPECT_EQ(snapshot(run.home().path(kUserData)), before);
 }
 
 TEST_F(LinuxLayoutRun, BrowsersAndLayoutsItDoesNotHaveAreUsageErrors) {
-    std::map<std::string, std::string> before = tree(run.home(), kUserData);
+    std::map<std::string, std::string> before = snapshot(run.home().path(kUserData));
     for (std::vector<std::string> arguments : {std::vector<std::string>{kLinuxLayout, kSafari, kChromium},
                                                std::vector<std::string>{"--layout=windows", kChromium}}) {
         WorkerResult result = run.run(arguments);
@@ -95,7 +99,7 @@ TEST_F(LinuxLayoutRun, BrowsersAndLayoutsItDoesNotHaveAreUsageErrors) {
         EXPECT_NE(result.standardError, "");
         EXPECT_TRUE(result.notifications.empty());
     }
-    EXPECT_EQ(tree(run.home(), kUserData), before);
+    EXPECT_EQ(snapshot(run.home().path(kUserData)), before);
 }
 
 }  // namespace

@@ -65,8 +65,7 @@ std::vector<PostedNotification> parseNotifications(const std::string& text) {
     std::vector<PostedNotification> posted;
     for (const nlohmann::json& call : nlohmann::json::parse(text)) {
         posted.push_back({call.at("appName").get<std::string>(), call.at("summary").get<std::string>(),
-                          call.at("body").get<std::string>(), call.at("actions").get<std::vector<std::string>>(),
-                          call.at("expireTimeout").get<int>()});
+                          call.at("body").get<std::string>(), call.at("actions").get<std::vector<std::string>>()});
     }
     return posted;
 }

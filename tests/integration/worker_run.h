@@ -22,7 +22,6 @@ struct PostedNotification {
     std::string summary;
     std::string body;
     std::vector<std::string> actions;
-    int expireTimeout = 0;
 };
 
 struct WorkerResult {

@@ -1,13 +1,6 @@
 #include "support/cache_trees.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cstdint>
-#include <cstdio>
 #include <filesystem>
-#include <stdexcept>
 
 namespace tasselby::testing {
 
@@ -31,8 +24,8 @@ std::string cacheFile(const SampleHome& tree, const std::string& relative) {
 }
 
 void writeChromiumFamily(const SampleHome& home, const std::string& cacheRoot, const std::string& dataRoot,
-                         const std::vector<std::string>& profiles, std::vector<std::string>& items) {
-    for (const std::string& profile : profiles) {
+                         std::vector<std::string>& items) {
+    for (const std::string profile : {"Default", "Profile 1"}) {
         items.push_back(cacheFolder(home, cacheRoot + "/" + profile + "/Cache"));
         items.push_back(cacheFolder(home, dataRoot + "/" + profile + "/Application Cache/Cache"));
         items.push_back(cacheFolder(home, dataRoot + "/" + profile + "/Application Cache/GPUCache"));
@@ -45,7 +38,7 @@ void writeChromiumFamily(const SampleHome& home, const std::string& cacheRoot, c
 
 }  // namespace
 
-std::vector<std::string> writeBrowserCaches(const SampleHome& home, const std::vector<std::string>& chromeProfiles) {
+std::vector<std::string> writeBrowserCaches(const SampleHome& home) {
     std::vector<std::string> items;
     items.push_back(cacheFile(home, "Library/Caches/com.apple.Safari/Cache.db"));
     items.push_back(cacheFolder(home, "Library/Caches/com.apple.Safari/fsCachedData"));
@@ -67,8 +60,8 @@ std::vector<std::string> writeBrowserCaches(const SampleHome& home, const std::v
     fs::create_directory_symlink(home.path("Library/Caches/Firefox/Elsewhere"), home.path(firefox + "/linked.profile"));
     items.push_back(firefox + "/linked.profile");
 
-    writeChromiumFamily(home, "Library/Caches/Google/Chrome", kChromeRoot, chromeProfiles, items);
-    writeChromiumFamily(home, "Library/Caches/Chromium", kChromiumRoot, chromeProfiles, items);
+    writeChromiumFamily(home, "Library/Caches/Google/Chrome", kChromeRoot, items);
+    writeChromiumFamily(home, "Library/Caches/Chromium", kChromiumRoot, items);
 
     items.push_back(cacheFolder(home, "Library/Caches/com.operasoftware.Opera/Cache"));
     items.push_back(cacheFolder(home, std::string(kOperaRoot) + "/GPUCache"));
@@ -119,36 +112,6 @@ std::vector<std::string> itemsExcept(const std::vector<std::string>& items, cons
         if (!removed) kept.push_back(item);
     }
     return kept;
-}
-
-void writeDiskCache(const std::string& folder, long fileCount, std::size_t fileSize) {
-    // Written with plain system calls, each folder made once: the benchmarks
-    // build trees of many thousand files.
-    constexpr long kTopFolders = 16;
-    constexpr long kSubFolders = 256;
-    long subFolders = std::min(kSubFolders, (fileCount + kTopFolders - 1) / kTopFolders);
-    fs::create_directories(folder);
-    char name[64];
-    for (long top = 0; top < kTopFolders; ++top) {
-        for (long sub = 0; sub < subFolders; ++sub) {
-            std::snprintf(name, sizeof name, "/%lX/%02lX", top, sub);
-            fs::create_directories(folder + name);
-        }
-    }
-    const std::string contents(fileSize, 'e');
-    for (long i = 0; i < fileCount; ++i) {
-        // An odd multiplier scatters the names without ever repeating one.
-        auto hash = static_cast<std::uint32_t>(static_cast<std::uint32_t>(i) * 2654435761u);
-        std::snprintf(name, sizeof name, "/%lX/%02lX/%08X", i % kTopFolders, (i / kTopFolders) % subFolders,
-                      static_cast<unsigned>(hash));
-        std::string path = folder + name;
-        int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-        if (fd < 0 || write(fd, contents.data(), contents.size()) != static_cast<ssize_t>(contents.size())) {
-            if (fd >= 0) close(fd);
-            throw std::runtime_error("cannot write " + path);
-        }
-        close(fd);
-    }
 }
 
 }  // namespace tasselby::testing

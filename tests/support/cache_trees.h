@@ -7,18 +7,14 @@
 
 namespace tasselby::testing {
 
-// The Chromium-family profile folders the sample caches are written for.
-inline const std::vector<std::string> kSampleChromeProfiles = {"Default", "Profile 1"};
-
 // Writes the caches of every browser into the home, each cache folder holding
 // a few files, next to look-alikes that no cleaner may touch (a GPU cache
 // beside "Application Cache", the real "Pepper Data" folder, a plain file and
 // a link among the Firefox profiles, Safari's page previews). Chrome and
-// Chromium get cache folders for each of the given profiles; their "Local
-// State" files are left to the caller. Answers the home-relative path of every
+// Chromium get cache folders for the profiles "Default" and "Profile 1";
+// their "Local State" files are left to the caller. Answers the home-relative path of every
 // item written, the cleaners' targets and the look-alikes alike.
-std::vector<std::string> writeBrowserCaches(const SampleHome& home,
-                                            const std::vector<std::string>& chromeProfiles = kSampleChromeProfiles);
+std::vector<std::string> writeBrowserCaches(const SampleHome& home);
 
 // Writes a per-user temporary-folder tree under root + "/private/var/folders/":
 // Safari's media and application caches four levels deep, and decoys at other
@@ -30,9 +26,5 @@ std::vector<std::string> writeTemporaryFolders(const std::string& root);
 std::vector<std::string> itemsLeft(const SampleHome& tree, const std::vector<std::string>& items);
 // The items that are neither one of the gone paths nor inside one of them.
 std::vector<std::string> itemsExcept(const std::vector<std::string>& items, const std::vector<std::string>& gone);
-
-// A disk cache as browsers lay it out: fileCount files of fileSize bytes
-// spread over 16 folders of up to 256 sub-folders each, under folder.
-void writeDiskCache(const std::string& folder, long fileCount, std::size_t fileSize);
 
 }  // namespace tasselby::testing

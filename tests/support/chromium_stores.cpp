@@ -43,20 +43,6 @@ CREATE TABLE stats (origin_domain VARCHAR NOT NULL, username_value VARCHAR, dism
   update_time INTEGER NOT NULL, UNIQUE(origin_domain, username_value));
 )";
 
-constexpr const char* kCookiesSchema = R"(
-CREATE TABLE meta(key LONGVARCHAR NOT NULL UNIQUE PRIMARY KEY, value LONGVARCHAR);
-INSERT INTO meta VALUES('mmap_status','-1'),('version','24'),('last_compatible_version','24');
-CREATE TABLE cookies(creation_utc INTEGER NOT NULL, host_key TEXT NOT NULL, top_frame_site_key TEXT NOT NULL,
-  name TEXT NOT NULL, value TEXT NOT NULL, encrypted_value BLOB NOT NULL, path TEXT NOT NULL,
-  expires_utc INTEGER NOT NULL, is_secure INTEGER NOT NULL, is_httponly INTEGER NOT NULL,
-  last_access_utc INTEGER NOT NULL, has_expires INTEGER NOT NULL, is_persistent INTEGER NOT NULL,
-  priority INTEGER NOT NULL, samesite INTEGER NOT NULL, source_scheme INTEGER NOT NULL,
-  source_port INTEGER NOT NULL, last_update_utc INTEGER NOT NULL, source_type INTEGER NOT NULL,
-  has_cross_site_ancestor INTEGER NOT NULL);
-CREATE UNIQUE INDEX cookies_unique_index ON cookies(host_key, top_frame_site_key, has_cross_site_ancestor,
-  name, path, source_scheme, source_port);
-)";
-
 }  // namespace
 
 void writeLoginData(const std::string& path, const std::vector<SavedLogin>& logins) {
@@ -67,19 +53,6 @@ void writeLoginData(const std::string& path, const std::vector<SavedLogin>& logi
                "blacklisted_by_user, scheme) VALUES (" +
                sqlQuoted(login.originUrl) + ", 'alice', X'763130AABBCC', " + sqlQuoted(login.signonRealm) +
                ", 13300000000000000, " + (login.blacklisted ? "1" : "0") + ", 0);\n";
-    }
-    executeSql(path, sql);
-}
-
-void writeChromiumCookiesV24(const std::string& path, const std::vector<ChromiumCookie>& cookies) {
-    freshDatabase(path);
-    std::string sql = kCookiesSchema;
-    long creation = 13300000000000000;
-    for (const ChromiumCookie& cookie : cookies) {
-        sql += "INSERT INTO cookies VALUES (" + std::to_string(creation++) + ", " + sqlQuoted(cookie.hostKey) + ", " +
-               sqlQuoted(cookie.topFrameSiteKey) + ", " + sqlQuoted(cookie.name) +
-               ", '', X'7631300102', '/', 13400000000000000, 0, 0, 13300000000000000, 1, 1, 1, -1, 1, 80, "
-               "13300000000000000, 0, 0);\n";
     }
     executeSql(path, sql);
 }
@@ -201,6 +174,11 @@ void writeCacheStorage(const std::string& folder, const std::string& origin) {
     SampleHome(folder).writeFile("7c3b4f1e-9a52-4e1f-8d3c-2b6a0f9e5d41/index", "simple cache index");
 }
 
+namespace {
+
+// "WebStorage/QuotaManager" with one bucket per storage key
+// ("http://a.localhost:8080/"), ids counted from 1, and a "WebStorage/<id>"
+// folder with a file for each.
 void writeWebStorage(const std::string& webStorage, const std::vector<std::string>& storageKeys) {
     std::string quota = webStorage + "/QuotaManager";
     freshDatabase(quota);
@@ -225,6 +203,8 @@ void writeWebStorage(const std::string& webStorage, const std::vector<std::strin
     executeSql(quota, sql);
 }
 
+}  // namespace
+
 void writeExampleChromiumProfile(const std::string& profile) {
     fs::remove_all(profile);
     const SampleHome files(profile);
@@ -234,12 +214,13 @@ void writeExampleChromiumProfile(const std::string& profile) {
     const std::string delta = "http://delta.localhost:18765";
     writeLoginData(files.path("Login Data"), {{alpha + "/login", alpha + "/"}, {beta + "/", beta + "/", true}});
     writeLoginData(files.path("Login Data For Account"), {{gamma + "/", gamma + "/"}});
-    writeChromiumCookiesV24(files.path("Cookies"), {{"alpha.localhost", "sid", ""},
-                                                     {".alpha.localhost", "__utma", ""},
-                                                     {"beta.localhost", "sid", ""},
-                                                     {".beta.localhost", "pref", "http://alpha.localhost"},
-                                                     {"gamma.localhost", "sid", ""},
-                                                     {".delta.localhost", "sid", ""}});
+    writeChromiumCookies(files.path("Cookies"), ChromiumCookieSchema::Version24,
+                         {{"alpha.localhost", "sid"},
+                          {".alpha.localhost", "__utma"},
+                          {"beta.localhost", "sid"},
+                          {".beta.localhost", "pref", "1", "/", "http://alpha.localhost"},
+                          {"gamma.localhost", "sid"},
+                          {".delta.localhost", "sid"}});
     std::map<std::string, std::string> localStorage = localStorageEntries({alpha, beta, gamma, delta + "^0http://alpha.localhost"});
     localStorage["META:chrome-extension://abcdefghijklmnop"] = "extension";
     writeLevelDb(files.path("Local Storage/leveldb"), localStorage);

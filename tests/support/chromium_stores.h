@@ -18,15 +18,6 @@ struct SavedLogin {
 // "Login Data" (or "Login Data For Account"), meta version 43.
 void writeLoginData(const std::string& path, const std::vector<SavedLogin>& logins);
 
-// One row of a cookie table.
-struct ChromiumCookie {
-    std::string hostKey;
-    std::string name;
-    std::string topFrameSiteKey = "";
-};
-// "Cookies", meta version 24, with its unique index.
-void writeChromiumCookiesV24(const std::string& path, const std::vector<ChromiumCookie>& cookies);
-
 // A LevelDB at the folder holding exactly these keys, its files made 0600 as
 // the browser makes them.
 void writeLevelDb(const std::string& folder, const std::map<std::string, std::string>& entries);
@@ -44,11 +35,6 @@ std::map<std::string, std::string> serviceWorkerEntries(const std::vector<std::s
 // "Service Worker/CacheStorage/<folder>/index.txt" naming the origin
 // ("http://a.localhost:8080/"), with one cache folder beside it.
 void writeCacheStorage(const std::string& folder, const std::string& origin);
-
-// "WebStorage/QuotaManager" with one bucket per storage key
-// ("http://a.localhost:8080/"), ids counted from 1, and a "WebStorage/<id>"
-// folder with a file for each.
-void writeWebStorage(const std::string& webStorage, const std::vector<std::string>& storageKeys);
 
 // A Chromium profile of four sites on port 18765 at the folder (made anew): alpha has a
 // saved password in "Login Data", gamma one in "Login Data For Account";

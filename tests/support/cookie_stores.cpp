@@ -43,6 +43,19 @@ constexpr const char* kChromiumV20 =
 constexpr const char* kChromiumV20Insert =
     "INSERT INTO cookies VALUES(?1,?2,'',?3,?4,X'',?5,?1+86400000000,1,0,?1,1,1,1,-1,2,443,0,?1)";
 
+constexpr const char* kChromiumV24 =
+    "CREATE TABLE cookies(creation_utc INTEGER NOT NULL, host_key TEXT NOT NULL, top_frame_site_key TEXT NOT NULL,"
+    "name TEXT NOT NULL, value TEXT NOT NULL, encrypted_value BLOB NOT NULL, path TEXT NOT NULL,"
+    "expires_utc INTEGER NOT NULL, is_secure INTEGER NOT NULL, is_httponly INTEGER NOT NULL,"
+    "last_access_utc INTEGER NOT NULL, has_expires INTEGER NOT NULL, is_persistent INTEGER NOT NULL,"
+    "priority INTEGER NOT NULL, samesite INTEGER NOT NULL, source_scheme INTEGER NOT NULL,"
+    "source_port INTEGER NOT NULL, last_update_utc INTEGER NOT NULL, source_type INTEGER NOT NULL,"
+    "has_cross_site_ancestor INTEGER NOT NULL);"
+    "CREATE UNIQUE INDEX cookies_unique_index ON cookies(host_key, top_frame_site_key, has_cross_site_ancestor,"
+    "name, path, source_scheme, source_port);";
+constexpr const char* kChromiumV24Insert =
+    "INSERT INTO cookies VALUES(?1,?2,?6,?3,?4,X'7631300102',?5,?1+86400000000,0,0,?1,1,1,1,-1,1,80,?1,0,0)";
+
 constexpr const char* kMozillaV2 =
     "CREATE TABLE moz_cookies (id INTEGER PRIMARY KEY, name TEXT, value TEXT, host TEXT, path TEXT,"
     "expiry INTEGER, lastAccessed INTEGER, isSecure INTEGER, isHttpOnly INTEGER);";
@@ -68,12 +81,14 @@ constexpr const char* kMozillaCurrentInsert =
     "INSERT INTO moz_cookies (id, name, value, host, path, expiry, lastAccessed, creationTime, isSecure, "
     "isHttpOnly) VALUES(?1,?3,?4,?2,?5,1800000000000,1700000000000000+?1,1700000000000000+?1,1,0)";
 
-// Inserts each cookie with ?1 its key, ?2 host, ?3 name, ?4 value, ?5 path.
+// Inserts each cookie with ?1 its key, ?2 host, ?3 name, ?4 value, ?5 path,
+// ?6 top-frame site key.
 void insertCookies(FixtureDatabase& db, const std::string& insert, const std::vector<StoredCookie>& cookies,
                    std::int64_t (*key)(std::size_t)) {
     std::vector<std::vector<std::optional<std::string>>> rows;
     for (std::size_t i = 0; i < cookies.size(); ++i) {
-        rows.push_back({std::to_string(key(i)), cookies[i].host, cookies[i].name, cookies[i].value, cookies[i].path});
+        rows.push_back({std::to_string(key(i)), cookies[i].host, cookies[i].name, cookies[i].value, cookies[i].path,
+                        cookies[i].topFrameSiteKey});
     }
     db.insert(insert, rows);
 }
@@ -150,10 +165,18 @@ std::int64_t chromiumCreationTime(std::size_t index) { return 13300000000000000 
 void writeChromiumCookies(const std::string& path, ChromiumCookieSchema schema,
                           const std::vector<StoredCookie>& cookies) {
     FixtureDatabase db = createDatabase(path);
-    bool current = schema == ChromiumCookieSchema::Version20;
-    writeMeta(db, current ? 20 : 4, current ? 20 : 3);
-    db.run(current ? kChromiumV20 : kChromiumV4);
-    insertCookies(db, current ? kChromiumV20Insert : kChromiumV4Insert, cookies, chromiumCreationTime);
+    struct Layout {
+        int version, compatible;
+        const char* schema;
+        const char* insert;
+    };
+    const Layout layouts[] = {{4, 3, kChromiumV4, kChromiumV4Insert},
+                              {20, 20, kChromiumV20, kChromiumV20Insert},
+                              {24, 24, kChromiumV24, kChromiumV24Insert}};
+    const Layout& layout = layouts[static_cast<int>(schema)];
+    writeMeta(db, layout.version, layout.compatible);
+    db.run(layout.schema);
+    insertCookies(db, layout.insert, cookies, chromiumCreationTime);
 }
 
 void writeMozillaCookies(const std::string& path, MozillaCookieSchema schema,

@@ -17,6 +17,7 @@ struct StoredCookie {
     std::optional<std::string> name;
     std::string value = "1";
     std::string path = "/";
+    std::string topFrameSiteKey = "";  // Version24 only
 };
 
 // Ten cookies of sites that are not kept (three with tracking names) and
@@ -26,9 +27,9 @@ struct StoredCookie {
 std::vector<StoredCookie> exampleCookies();
 std::vector<std::string> exampleKeptSites();
 
-// Chromium "Cookies" layouts: meta version 4 (2009-2011) and 20 (2023), each
-// with its meta table and indexes as the browser creates them.
-enum class ChromiumCookieSchema { Version4, Version20 };
+// Chromium "Cookies" layouts: meta version 4 (2009-2011), 20 (2023) and 24
+// (Chromium 156), each with its meta table and indexes as the browser creates them.
+enum class ChromiumCookieSchema { Version4, Version20, Version24 };
 
 // Mozilla "cookies.sqlite" layouts: schema 2 (the one Camino uses), 4 (with
 // baseDomain and creationTime) and the current one.

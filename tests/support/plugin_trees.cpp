@@ -20,10 +20,9 @@ FlashTree::FlashTree(const SampleHome& home, std::string sharedObjects, std::str
 
 FlashTree FlashTree::systemPlayer(const SampleHome& home) { return {home, kFlashSharedObjects, kFlashSettings}; }
 
-FlashTree FlashTree::pepper(const SampleHome& home, const std::string& browserRoot, const std::string& profile,
-                            const std::string& settingsRandomFolder) {
+FlashTree FlashTree::pepper(const SampleHome& home, const std::string& browserRoot, const std::string& profile) {
     std::string sharedObjects = browserRoot + "/" + profile + "/" + kPepperSharedObjects;
-    return {home, sharedObjects, sharedObjects + "/" + settingsRandomFolder + "/" + kSettingsPath};
+    return {home, sharedObjects, sharedObjects + "/4TVF7XJR/" + kSettingsPath};
 }
 
 std::string FlashTree::writeSol(const std::string& folder, const std::string& name) const {

@@ -24,9 +24,8 @@ class FlashTree {
 public:
     static FlashTree systemPlayer(const SampleHome& home);
     // The built-in player of a profile of browserRoot (kChromeRoot, ...); its
-    // settings live in the settings-domain folder of the random folder given.
-    static FlashTree pepper(const SampleHome& home, const std::string& browserRoot, const std::string& profile,
-                            const std::string& settingsRandomFolder = "4TVF7XJR");
+    // settings live in the settings-domain folder of the random folder "4TVF7XJR".
+    static FlashTree pepper(const SampleHome& home, const std::string& browserRoot, const std::string& profile);
 
     // "#SharedObjects/<random>/<host>", holding a stored object.
     std::string addSharedObject(const std::string& randomFolder, const std::string& host) const;

@@ -14,7 +14,7 @@ void buildSampleHome(const SampleHome& home, const std::string& systemRoot) {
     home.writeLocalState(kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}});
     home.writeLocalState(kChromiumRoot, {{"Default", "Person 1"}});
     writeFirefoxLogins(home, "k3x9ab2q.default", {"https://www.example.com", "https://accounts.example.org"});
-    WebStorageStores(home).writeSample({"Default", "Profile 1"}, "k3x9ab2q.default");
+    WebStorageStores(home).writeSample("k3x9ab2q.default");
     writeSampleCookieStores(home);
     writeBrowserCaches(home);
     if (!systemRoot.empty()) writeTemporaryFolders(systemRoot);

@@ -2,7 +2,9 @@
 
 #include <plist/plist.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 
+#include <algorithm>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -55,6 +57,26 @@ std::string SampleHome::read(const std::string& relative) const {
     std::ostringstream text;
     text << in.rdbuf();
     return text.str();
+}
+
+std::map<std::string, std::string> snapshot(const std::string& folder, const std::vector<std::string>& skip) {
+    std::map<std::string, std::string> items;
+    std::error_code error, ignored;
+    for (auto it = fs::recursive_directory_iterator(folder, error); !error && it != fs::recursive_directory_iterator();
+         it.increment(error)) {
+        std::string relative = it->path().lexically_relative(folder).string();
+        if (std::find(skip.begin(), skip.end(), relative) != skip.end()) {
+            it.disable_recursion_pending();
+            continue;
+        }
+        struct stat info {};
+        ::lstat(it->path().c_str(), &info);
+        std::string state = std::to_string(info.st_mode);
+        if (S_ISREG(info.st_mode)) state += " " + SampleHome(folder).read(relative);
+        if (S_ISLNK(info.st_mode)) state += " -> " + fs::read_symlink(it->path(), ignored).string();
+        items.emplace(relative, state);
+    }
+    return items;
 }
 
 void SampleHome::writePreferences(const std::string& domain, const std::map<std::string, PreferenceValue>& values,

@@ -65,6 +65,11 @@ private:
     std::string root_;
 };
 
+// Every item below the folder, never through a link, by its path relative to
+// the folder: its mode, and a file's bytes or a link's target. The relative
+// paths in skip are left out with everything below them.
+std::map<std::string, std::string> snapshot(const std::string& folder, const std::vector<std::string>& skip = {});
+
 // The folder, relative to a home, of each Chromium-family browser's data.
 inline constexpr const char* kChromeRoot = "Library/Application Support/Google/Chrome";
 inline constexpr const char* kChromiumRoot = "Library/Application Support/Chromium";

@@ -101,8 +101,7 @@ std::optional<std::vector<std::string>> WebStorageStores::column(const std::stri
     return columnValues(database.starts_with("/") ? database : home_.path(database), sql);
 }
 
-void WebStorageStores::writeSample(const std::vector<std::string>& chromiumProfiles,
-                                   const std::string& firefoxProfile) const {
+void WebStorageStores::writeSample(const std::string& firefoxProfile) const {
     const std::vector<std::string> origins = {"https_www.example.com_0", "http_tracker.example.net_0",
                                               "https_mail.example.co.uk_443"};
     writeDatabases(kSafariDatabasesFolder, DatabasesFormat::Safari,
@@ -112,7 +111,7 @@ void WebStorageStores::writeSample(const std::vector<std::string>& chromiumProfi
     writeStorageTracker(kSafariLocalStorageFolder, origins);
 
     std::vector<std::string> chromiumFamily;
-    for (const std::string& profile : chromiumProfiles) {
+    for (const std::string profile : {"Default", "Profile 1"}) {
         chromiumFamily.push_back(std::string(kChromeRoot) + "/" + profile);
         chromiumFamily.push_back(std::string(kChromiumRoot) + "/" + profile);
     }

@@ -55,10 +55,9 @@ public:
 
     // A small mixed sample for every browser: kept and unkept origins of
     // example.com, extension storage, files without journals. The Chromium
-    // family's storage goes into the profile folders named, Firefox's into
-    // the profile named (listing the profiles is the caller's part).
-    void writeSample(const std::vector<std::string>& chromiumProfiles = {"Default"},
-                     const std::string& firefoxProfile = "sample.default") const;
+    // family's storage goes into the profiles "Default" and "Profile 1",
+    // Firefox's into the profile named (listing the profiles is the caller's part).
+    void writeSample(const std::string& firefoxProfile = "sample.default") const;
 
 private:
     const SampleHome& home_;

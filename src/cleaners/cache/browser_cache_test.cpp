@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "app/worker_app_delegate.h"
-#include "platform/fake_platform.h"
 #include "support/cache_trees.h"
-#include "support/sample_home.h"
+#include "support/delegate_fixture.h"
 
 namespace tasselby {
 namespace {
@@ -21,13 +19,9 @@ const std::string kChromePepper =
 const std::string kChromiumData = "Library/Application Support/Chromium/";
 const std::string kOperaData = "Library/Application Support/com.operasoftware.Opera";
 
-class BrowserCacheTest : public ::testing::Test {
+class BrowserCacheTest : public testing::DelegateTest {
 protected:
-    testing::TemporaryFolder folder;
     testing::TemporaryFolder systemRoot;
-    testing::SampleHome home{folder.path()};
-    FakePlatform platform{folder.path()};
-    WorkerAppDelegate delegate{platform};
     Paths items = testing::writeBrowserCaches(home);
 
     BrowserCacheTest() {

@@ -3,24 +3,18 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "app/worker_app_delegate.h"
-#include "platform/fake_platform.h"
 #include "support/cache_trees.h"
-#include "support/sample_home.h"
+#include "support/delegate_fixture.h"
 
 namespace tasselby {
 namespace {
 
 const std::string kUser = "private/var/folders/zz/zyxvpxvq6csfxvn_n0000000000000";
 
-class ExtraCacheTest : public ::testing::Test {
+class ExtraCacheTest : public testing::DelegateTest {
 protected:
-    testing::TemporaryFolder folder;
     testing::TemporaryFolder systemFolder;
-    testing::SampleHome home{folder.path()};
     testing::SampleHome system{systemFolder.path()};
-    FakePlatform platform{folder.path()};
-    WorkerAppDelegate delegate{platform};
 
     ExtraCacheTest() {
         platform.systemRoot = systemFolder.path();

@@ -6,10 +6,8 @@
 
 #include "base/names.h"
 #include "base/text.h"
-#include "app/worker_app_delegate.h"
-#include "platform/fake_platform.h"
 #include "support/cookie_stores.h"
-#include "support/sample_home.h"
+#include "support/delegate_fixture.h"
 
 namespace tasselby::testing {
 
@@ -18,7 +16,7 @@ inline const char* const kCookieBrowsers[] = {kGoogleChrome, kChromium, kOpera, 
 
 // A temporary home, the fake platform over it and a delegate, with helpers
 // that place cookie stores where each browser keeps them.
-class CookieTest : public ::testing::Test {
+class CookieTest : public DelegateTest {
 protected:
     std::string chromeFile(const std::string& profile, const std::string& file) const {
         return home.path(std::string(kChromeRoot) + "/" + profile + "/" + file);
@@ -72,10 +70,6 @@ protected:
         return queryColumn(database, "SELECT name FROM " + table + " ORDER BY name");
     }
 
-    TemporaryFolder folder{"tasselby-cookies"};
-    SampleHome home{folder.path()};
-    FakePlatform platform{folder.path()};
-    WorkerAppDelegate delegate{platform};
 };
 
 }  // namespace tasselby::testing

@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "app/worker_app_delegate.h"
-#include "platform/fake_platform.h"
+#include "support/delegate_fixture.h"
 #include "support/plugin_trees.h"
-#include "support/sample_home.h"
 
 namespace tasselby {
 namespace {
@@ -16,7 +14,7 @@ using testing::FlashTree;
 
 // Runs each test inside its own working folder, since the cleaner's unexpanded
 // paths resolve against it; the previous working folder comes back afterwards.
-class FlashCleanerTest : public ::testing::Test {
+class FlashCleanerTest : public testing::DelegateTest {
 protected:
     void SetUp() override {
         previousFolder = fs::current_path();
@@ -30,13 +28,9 @@ protected:
     static std::string unexpanded(const std::string& relative) { return "~/" + relative; }
 
     fs::path previousFolder;
-    testing::TemporaryFolder homeFolder{"tasselby-home"};
     testing::TemporaryFolder work{"tasselby-work"};
-    testing::SampleHome home{homeFolder.path()};
     // The same layout below a folder named "~" in the working folder.
     testing::SampleHome tildeTree{work.path() + "/~"};
-    FakePlatform platform{homeFolder.path()};
-    WorkerAppDelegate delegate{platform};
     FlashTree player = FlashTree::systemPlayer(home);
 };
 

@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "app/worker_app_delegate.h"
-#include "platform/fake_platform.h"
+#include "support/delegate_fixture.h"
 #include "support/plugin_trees.h"
-#include "support/sample_home.h"
 
 namespace tasselby {
 namespace {
@@ -11,25 +9,21 @@ namespace {
 using testing::FlashTree;
 using Counts = std::array<long, 2>;
 
-class PepperFlashCleanerTest : public ::testing::Test {
+class PepperFlashCleanerTest : public testing::DelegateTest {
 protected:
     void SetUp() override { home.writeLocalState(testing::kChromeRoot, {{"Default", "Person 1"}, {"Profile 1", "Work"}}); }
 
-    testing::TemporaryFolder homeFolder{"tasselby-home"};
-    testing::SampleHome home{homeFolder.path()};
-    FakePlatform platform{homeFolder.path()};
-    WorkerAppDelegate delegate{platform};
     FlashTree first = FlashTree::pepper(home, testing::kChromeRoot, "Default");
     FlashTree second = FlashTree::pepper(home, testing::kChromeRoot, "Profile 1");
 };
 
 TEST_F(PepperFlashCleanerTest, OnlyChromeAndChromiumHaveABuiltInPlayer) {
-    std::string folder = first.addSharedObject("R1", "example.com");
+    std::string site = first.addSharedObject("R1", "example.com");
     home.writeLocalState(testing::kChromiumRoot, {{"Default", "Person 1"}});
     for (const char* browser : {"Opera", "Safari", "google chrome", "Firefox"}) {
         EXPECT_FALSE(delegate.clearChromeFlash(browser, {})) << browser;
     }
-    EXPECT_TRUE(home.exists(folder));
+    EXPECT_TRUE(home.exists(site));
     EXPECT_TRUE(platform.removed.empty());
     EXPECT_EQ(delegate.clearChromeFlash("Chromium", {}), (Counts{0, 0}));
 }

@@ -3,10 +3,8 @@
 #include <filesystem>
 
 #include "app/run_stopped.h"
-#include "app/worker_app_delegate.h"
-#include "platform/fake_platform.h"
+#include "support/delegate_fixture.h"
 #include "support/plugin_trees.h"
-#include "support/sample_home.h"
 
 namespace tasselby {
 namespace {
@@ -17,12 +15,8 @@ using Store = testing::SilverlightTree::Store;
 constexpr const char* kLevels = "ekrkqr54.wnr/tx5hm2dm.szm/1";
 constexpr const char* kOtherLevels = "ekrkqr54.wnr/pq81mzte.v0c/1";
 
-class SilverlightCleanerTest : public ::testing::Test {
+class SilverlightCleanerTest : public testing::DelegateTest {
 protected:
-    testing::TemporaryFolder homeFolder{"tasselby-home"};
-    testing::SampleHome home{homeFolder.path()};
-    FakePlatform platform{homeFolder.path()};
-    WorkerAppDelegate delegate{platform};
     testing::SilverlightTree tree{home};
 };
 

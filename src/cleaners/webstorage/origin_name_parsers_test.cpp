@@ -1,11 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <random>
-
-#include "app/worker_app_delegate.h"
-#include "platform/fake_platform.h"
-#include "support/sample_home.h"
+#include "support/delegate_fixture.h"
 
 namespace tasselby {
 namespace {
@@ -15,11 +10,8 @@ constexpr Decision K = Decision::Kept;
 constexpr Decision C = Decision::Chosen;
 constexpr Decision P = Decision::PassedOver;
 
-class OriginNameParsersTest : public ::testing::Test {
+class OriginNameParsersTest : public testing::DelegateTest {
 protected:
-    testing::TemporaryFolder home;
-    FakePlatform platform{home.path()};
-    WorkerAppDelegate delegate{platform};
     const KeepList keep{"example.com", "example.co.uk"};
 
     // What a parser answers for a single name: the name when chosen, else nothing.
@@ -104,39 +96,6 @@ TEST_F(OriginNameParsersTest, MozillaScopes) {
     };
     for (const auto& [scope, decision] : table) {
         EXPECT_EQ(delegate.mozillaLocalStorage({scope}, keep), expected(scope, decision)) << scope;
-    }
-}
-
-// Any text, thrown at the three parsers: each answers a subsequence of its input.
-TEST_F(OriginNameParsersTest, RandomNamesGiveSubsequencesOfTheInput) {
-    const std::string alphabet = "abcwWHTP._-:/%+2F4 hts\xc3\xa9\xff\x80";
-    const std::vector<std::string> prefixes = {"", "http_", "https_www.", "chrome-extension_", "safari-extension_",
-                                               "moc.", ".:", "//www."};
-    const std::vector<std::string> suffixes = {"", ".localstorage", "_0.localstorage", ".:http:80", "//x.:https:443"};
-    std::mt19937 random(20240611);
-    auto pick = [&](const auto& list) { return list[random() % list.size()]; };
-    auto isSubsequence = [](const std::vector<std::string>& part, const std::vector<std::string>& whole) {
-        auto at = whole.begin();
-        for (const std::string& name : part) {
-            at = std::find(at, whole.end(), name);
-            if (at == whole.end()) return false;
-            ++at;
-        }
-        return true;
-    };
-    for (int round = 0; round < 300; ++round) {
-        std::vector<std::string> names(random() % 12);
-        for (std::string& name : names) {
-            name = pick(prefixes);
-            for (std::size_t length = random() % 16; length > 0; --length) name.push_back(pick(alphabet));
-            name += pick(suffixes);
-        }
-        KeepList randomKeep = {"example.com", names.empty() ? "" : names.front()};
-        for (const char* browser : {"Safari", "Chromium", "Chrome", "Opera"}) {
-            EXPECT_TRUE(isSubsequence(delegate.localStorageArray(names, browser, randomKeep), names));
-        }
-        EXPECT_TRUE(isSubsequence(delegate.databaseArray(names, randomKeep), names));
-        EXPECT_TRUE(isSubsequence(delegate.mozillaLocalStorage(names, randomKeep), names));
     }
 }
 

@@ -3,10 +3,8 @@
 
 #include <algorithm>
 
-#include "app/worker_app_delegate.h"
-#include "platform/fake_platform.h"
+#include "support/delegate_fixture.h"
 #include "support/password_stores.h"
-#include "support/sample_home.h"
 #include "support/web_storage_stores.h"
 
 namespace tasselby {
@@ -21,13 +19,9 @@ const std::string kLocalStorage = testing::kSafariLocalStorageFolder;
 const std::string kChromeWork = std::string(testing::kChromeRoot) + "/Profile 1";
 const std::string kProfiles = testing::kFirefoxProfilesRoot;
 
-class WebStorageSweepTest : public ::testing::Test {
+class WebStorageSweepTest : public testing::DelegateTest {
 protected:
-    testing::TemporaryFolder folder;
-    testing::SampleHome home{folder.path()};
     testing::WebStorageStores stores{home};
-    FakePlatform platform{folder.path()};
-    WorkerAppDelegate delegate{platform};
 
     Names rows(const std::string& database, const std::string& sql) {
         return stores.column(database, sql).value_or(Names{"<query failed>"});
@@ -45,7 +39,7 @@ protected:
 // nothing; each browser's sweep counts its own stores' unkept names (the
 // extension storage spared for Chromium alone among the Chromium family).
 TEST_F(WebStorageSweepTest, EveryBrowserSweepsItsOwnStoresOfTheSample) {
-    stores.writeSample({"Default", "Profile 1"});
+    stores.writeSample();
     const std::string chromeFile = kChromeWork + "/Local Storage/http_tracker.example.net_0.localstorage";
     home.writeFile(chromeFile + "-wal", "x");
     home.writeFile(chromeFile + "-shm", "x");
@@ -122,15 +116,21 @@ TEST_F(WebStorageSweepTest, NothingChosenStillDeletesRowsOfTheEmptyName) {
     EXPECT_EQ(scopes(kCaminoWebappsstore), Names{"moc.elpmaxe.www"});
 }
 
-// Only real folders count as profiles, and a profile without a store gets none.
+// Only real folders count as profiles, and a profile without a store gets
+// none; each profile deletes and counts the unkept scopes of those before it
+// again, so whichever comes second counts both profiles' scopes.
 TEST_F(WebStorageSweepTest, FirefoxVisitsProfileFoldersOnly) {
-    stores.writeWebappsstore(kProfiles + "/one.default/webappsstore.sqlite", {{"gro.elpmaxe.:http:80"}});
+    const std::string one = kProfiles + "/one.default/webappsstore.sqlite";
+    const std::string two = kProfiles + "/two.work/webappsstore.sqlite";
+    stores.writeWebappsstore(one, {{"gro.elpmaxe.:http:80"}});
+    stores.writeWebappsstore(two, {{"ten.elpmaxe.:http:80"}, {"moc.elpmaxe.a.:https:443"}});
     stores.writeWebappsstore("elsewhere/webappsstore.sqlite", {{"ten.elpmaxe.:http:80"}});
     ASSERT_EQ(symlink(home.path("elsewhere").c_str(), home.path(kProfiles + "/linked").c_str()), 0);
     home.makeFolder(kProfiles + "/empty.profile");
     home.writeFile(kProfiles + "/profiles.ini", "[General]\n");
-    EXPECT_EQ(delegate.removeNonFavLocalStorage("Firefox", {}), 1);
-    EXPECT_TRUE(scopes(kProfiles + "/one.default/webappsstore.sqlite").empty());
+    EXPECT_EQ(delegate.removeNonFavLocalStorage("Firefox", {"example.com"}), 3);
+    EXPECT_TRUE(scopes(one).empty());
+    EXPECT_EQ(scopes(two), Names{"moc.elpmaxe.a.:https:443"});
     EXPECT_EQ(scopes("elsewhere/webappsstore.sqlite").size(), 1u);
     EXPECT_FALSE(exists(kProfiles + "/empty.profile", "webappsstore.sqlite"));
 }
