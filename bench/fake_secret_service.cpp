@@ -4,12 +4,14 @@
 // for www.site1.com ... www.siteITEMS.com and knows only what the worker asks:
 // SearchItems, and the Attributes and Locked properties of its items.
 //
-//   fake_secret_service [--items ITEMS] [--locked N] [--delay MS] [--stall-after N] [--stall-search] [--frozen]
+//   fake_secret_service [--items ITEMS] [--locked N] [--delay MS] [--stall-after N] [--stall-search]
+//                       [--fail-search] [--frozen]
 //
 //   --delay MS        waits MS milliseconds before each answer, one after another
 //   --locked N        the last N items are locked: the search lists them apart
 //   --stall-after N   answers N property requests, then never another
 //   --stall-search    never answers a search (but answers a ping)
+//   --fail-search     answers a search with an error
 //   --frozen          never answers anything, not even a ping
 //
 // Calls left unanswered stay pending until the service is ended.
@@ -35,6 +37,7 @@ struct Options {
     long delay = 0;        // milliseconds before each answer
     long stallAfter = -1;  // negative: answers every request
     bool stallSearch = false;
+    bool failSearch = false;
     bool frozen = false;
 };
 
@@ -59,8 +62,12 @@ private:
         GDBusMessage* reply = nullptr;
         if (path == kServicePath && interface == kServiceInterface && member == "SearchItems") {
             if (self.options_.stallSearch) return self.hold(message);
-            reply = g_dbus_message_new_method_reply(message);
-            g_dbus_message_set_body(reply, self.search());
+            if (self.options_.failSearch) {
+                reply = g_dbus_message_new_method_error(message, "org.freedesktop.DBus.Error.Failed", "No search");
+            } else {
+                reply = g_dbus_message_new_method_reply(message);
+                g_dbus_message_set_body(reply, self.search());
+            }
         } else if (const long item = self.itemNumber(path);
                    item != 0 && interface == kPropertiesInterface && (member == "Get" || member == "GetAll")) {
             if (self.options_.stallAfter >= 0 && self.answered_ >= self.options_.stallAfter) return self.hold(message);
@@ -154,8 +161,12 @@ private:
 bool parse(int argc, char* argv[], Options& options) {
     for (int index = 1; index < argc; ++index) {
         const std::string option = argv[index];
-        if (option == "--stall-search" || option == "--frozen") {
-            (option == "--frozen" ? options.frozen : options.stallSearch) = true;
+        bool* flag = option == "--stall-search"  ? &options.stallSearch
+                     : option == "--fail-search" ? &options.failSearch
+                     : option == "--frozen"      ? &options.frozen
+                                                 : nullptr;
+        if (flag != nullptr) {
+            *flag = true;
             continue;
         }
         long* number = option == "--items"         ? &options.items
@@ -176,7 +187,8 @@ bool parse(int argc, char* argv[], Options& options) {
 int main(int argc, char* argv[]) {
     Options options;
     if (!parse(argc, argv, options)) {
-        std::fprintf(stderr, "usage: fake_secret_service [--items N] [--locked N] [--delay MS] [--stall-after N] [--stall-search] [--frozen]\n");
+        std::fprintf(stderr, "usage: fake_secret_service [--items N] [--locked N] [--delay MS] [--stall-after N] "
+                     "[--stall-search] [--fail-search] [--frozen]\n");
         return 2;
     }
     FakeSecretService service(options);

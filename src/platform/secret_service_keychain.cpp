@@ -120,9 +120,8 @@ bool serviceAnswers(GDBusConnection* connection, GCancellable* cancellable, std:
 }
 
 // The search's answer: the object paths of unlocked and of locked items;
-// nothing when it failed, and then whether it ran out of time.
-VariantPtr searchItems(GDBusConnection* connection, const KeychainQuery& query, std::chrono::milliseconds limit,
-                       bool& timedOut) {
+// nothing when it failed or ran out of time.
+VariantPtr searchItems(GDBusConnection* connection, const KeychainQuery& query, std::chrono::milliseconds limit) {
     GVariantBuilder attributes;
     g_variant_builder_init(&attributes, G_VARIANT_TYPE("a{ss}"));
     g_variant_builder_add(&attributes, "{ss}", kSchemaAttribute, kNetworkPasswordSchema);
@@ -134,7 +133,6 @@ VariantPtr searchItems(GDBusConnection* connection, const KeychainQuery& query, 
                                                  G_DBUS_CALL_FLAGS_NO_AUTO_START, static_cast<gint>(limit.count()),
                                                  nullptr, &rawError));
     ErrorPtr error(rawError);
-    timedOut = error && g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_TIMED_OUT);
     return reply;
 }
 
@@ -280,11 +278,11 @@ KeychainSearchResult SecretServiceKeychain::copyMatching(const KeychainQuery& qu
         }
     }
     // A service that answers may still search a big keyring for longer than
-    // the search limit (about 2 s for 20,000 items in gnome-keyring): that is
-    // a keyring with saved passwords, never "no keyring".
-    bool timedOut = false;
-    VariantPtr found = searchItems(connection.get(), query, stallLimit_, timedOut);
-    if (!found) return {timedOut ? kErrSecDataNotAvailable : kErrSecNotAvailable, std::nullopt};
+    // the search limit (about 2 s for 20,000 items in gnome-keyring), and a
+    // search it fails or never finishes may still have had saved passwords
+    // to find: either is a keyring that could not be read, never "no keyring".
+    VariantPtr found = searchItems(connection.get(), query, stallLimit_);
+    if (!found) return {kErrSecDataNotAvailable, std::nullopt};
 
     VariantPtr unlocked(g_variant_get_child_value(found.get(), 0));
     VariantPtr locked(g_variant_get_child_value(found.get(), 1));

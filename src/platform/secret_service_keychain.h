@@ -30,8 +30,8 @@ public:
     // stall limit for the search, and then reads the items' attributes to the
     // end however long that takes, as long as it keeps answering: when it
     // goes the stall limit without answering the search or any further item,
-    // or fails to answer one, the answer is kErrSecDataNotAvailable and no
-    // items. Items the search finds locked give kErrSecInteractionNotAllowed.
+    // or answers the search or one item with an error, the answer is
+    // kErrSecDataNotAvailable and no items. Items the search finds locked give kErrSecInteractionNotAllowed.
     KeychainSearchResult copyMatching(const KeychainQuery& query) const;
 
 private:

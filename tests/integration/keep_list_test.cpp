@@ -140,6 +140,7 @@ TEST(KeepListInSession, UnreadableSavedPasswordsStopTheRunBeforeAnyRemoval) {
     } kCases[] = {{"", "the keyring is locked"},
                   {"--items 5 --locked 2", "the keyring is locked"},
                   {"--stall-search", "stopped answering"},
+                  {"--fail-search", "stopped answering"},
                   {"--items 600 --stall-after 500", "stopped answering"}};
     for (const auto& [keyring, message] : kCases) {
         WorkerRun run;
