@@ -1,7 +1,7 @@
 #include <filesystem>
 #include <set>
 
-#include "cleaners/cookies/cookie_test_fixture.h"
+#include "support/cookie_fixture.h"
 
 namespace tasselby::testing {
 namespace {

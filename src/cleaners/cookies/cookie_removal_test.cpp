@@ -1,4 +1,4 @@
-#include "cleaners/cookies/cookie_test_fixture.h"
+#include "support/cookie_fixture.h"
 
 namespace tasselby::testing {
 namespace {
