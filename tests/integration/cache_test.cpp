@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -33,13 +34,24 @@ public:
     std::vector<std::string> temporaryItems = writeTemporaryFolders(systemFolder.path());
 };
 
-TEST(ChromeCaches, MissingProfileListStopsTheRunBeforeAnyRemoval) {
-    CacheRun cache;  // without Chrome's "Local State"
-    WorkerResult result = cache.start(kGoogleChrome, false);
-    EXPECT_EQ(result.exitStatus, 70);
-    EXPECT_EQ(std::count(result.standardError.begin(), result.standardError.end(), '\n'), 1);
-    EXPECT_TRUE(result.notifications.empty());
-    EXPECT_EQ(itemsLeft(cache.run.home(), cache.homeItems), cache.homeItems);
+// A "Local State" that is missing, a named pipe nobody writes to, or a link
+// to an endless device cannot be read: the run stops at once, removing nothing.
+TEST(ChromeCaches, UnreadableProfileListStopsTheRunBeforeAnyRemoval) {
+    for (const char* kind : {"missing", "pipe", "endless"}) {
+        CacheRun cache;
+        const std::string localState = cache.run.home().path(std::string(kChromeRoot) + "/Local State");
+        std::filesystem::create_directories(cache.run.home().path(kChromeRoot));
+        if (std::string(kind) == "pipe") {
+            ASSERT_EQ(mkfifo(localState.c_str(), 0600), 0);
+        } else if (std::string(kind) == "endless") {
+            std::filesystem::create_symlink("/dev/zero", localState);
+        }
+        WorkerResult result = cache.start(kGoogleChrome, false);
+        EXPECT_EQ(result.exitStatus, 70) << kind;
+        EXPECT_EQ(std::count(result.standardError.begin(), result.standardError.end(), '\n'), 1) << kind;
+        EXPECT_TRUE(result.notifications.empty()) << kind;
+        EXPECT_EQ(itemsLeft(cache.run.home(), cache.homeItems), cache.homeItems) << kind;
+    }
 }
 
 // Which paths each browser asks to remove is checked against the cleaners

@@ -95,6 +95,29 @@ INSTANTIATE_TEST_SUITE_P(RunCycle, NoRun,
                                            std::vector<std::string>{"--help", kGoogleChrome, kSafari},
                                            std::vector<std::string>{"--version", kGoogleChrome, kSafari}));
 
+// Profile keys that are no folder names would lead every per-profile cleaner
+// to the browser's folders themselves or above them. With everything to be
+// removed and overwritten, a sentinel tree around those folders stays whole.
+TEST(RunCycle, HostileProfileKeysLeaveEverythingAroundTheBrowsersFolders) {
+    WorkerRun run;
+    const SampleHome& home = run.home();
+    home.writeSuitePreferences({{kRemoveAll, true}, {kSecureDeleteData, true}});
+    home.writeLocalState(kChromeRoot, {{"..", "Up"}, {"../../../..", "Home"}, {"/", "Root"}, {"", "Empty"},
+                                       {"Default/../../..", "Escape"}, {".", "Here"}});
+    std::vector<std::string> sentinels{"sentinel"};
+    for (const char* folder : {"Library", "Library/Caches", "Library/Caches/Google", "Library/Caches/Google/Chrome",
+                               "Library/Application Support", "Library/Application Support/Google", kChromeRoot}) {
+        for (const char* item : {"/sentinel", "/Application Cache/sentinel", "/GPUCache/sentinel",
+                                 "/Local Storage/http_example.org_0.localstorage", "/databases/Databases.db"}) {
+            sentinels.push_back(folder + std::string(item));
+        }
+    }
+    for (const std::string& sentinel : sentinels) home.writeFile(sentinel, "sentinel");
+    WorkerResult result = run.run({kGoogleChrome});
+    EXPECT_EQ(result.exitStatus, 0) << result.standardError;
+    for (const std::string& sentinel : sentinels) EXPECT_EQ(home.read(sentinel), "sentinel") << sentinel;
+}
+
 TEST(RunCycle, MissingNotificationServiceIsNoFailure) {
     WorkerRun run;
     run.home().writeSuitePreferences({{kDisplayNotifications, true}});
